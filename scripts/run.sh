@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# The main job: builds kxexpr and runs it on the bundled sample data.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/deps.sh run
+cmake --preset release >/dev/null
+cmake --build --preset release -j "$(nproc)" --target kxexpr >/dev/null
+exec build/release/kxexpr catalogue "$@"

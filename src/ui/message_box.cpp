@@ -1,0 +1,36 @@
+#include "ui/message_box.h"
+
+#include <iostream>
+
+namespace kx::ui {
+
+namespace {
+MessageBox* g_current = nullptr;
+}
+
+int RecordingMessageBox::Show(const std::string& text, int flags, const std::string& caption) {
+  shown.push_back({text, flags, caption});
+  if (answers.empty()) return (flags & 7) == kMbYesNo || (flags & 7) == kMbYesNoCancel
+                                  ? kAnswerYes
+                                  : kAnswerOk;
+  int answer = answers.front();
+  answers.pop_front();
+  return answer;
+}
+
+int StreamMessageBox::Show(const std::string& text, int flags, const std::string& caption) {
+  if (!caption.empty()) out_ << caption << ": ";
+  out_ << text << '\n';
+  out_.flush();
+  return (flags & 7) == kMbYesNo || (flags & 7) == kMbYesNoCancel ? kAnswerYes : kAnswerOk;
+}
+
+MessageBox& CurrentMessageBox() {
+  static StreamMessageBox standard_error(std::cerr);
+  return g_current ? *g_current : standard_error;
+}
+
+ScopedMessageBox::ScopedMessageBox(MessageBox& box) : previous_(g_current) { g_current = &box; }
+ScopedMessageBox::~ScopedMessageBox() { g_current = previous_; }
+
+}  // namespace kx::ui
