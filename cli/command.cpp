@@ -33,8 +33,7 @@ std::string DataDir() {
   return KX_DATA_DIR;
 }
 
-int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err,
-        std::istream& in) {
+int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err, std::istream& in) {
   Context context{out, err, in};
   CLI::App app{
       "kxexpr: the expression builder's tools. Lists and rewrites a conversion's expressions,\n"

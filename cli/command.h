@@ -26,8 +26,7 @@ struct CommandRegistrar {
 };
 
 // Runs the command line; returns the process exit status.
-int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err,
-        std::istream& in);
+int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err, std::istream& in);
 int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
         std::istream& in);
 

@@ -6,7 +6,9 @@
 
 namespace kx {
 
-int16_t usertreeentry::ListCount() const { return CheckedInt16(list_.size()); }
+int16_t usertreeentry::ListCount() const {
+  return CheckedInt16(list_.size());
+}
 
 std::string usertreeentry::ListItem(int16_t index) const {
   if (index < 0 || static_cast<size_t>(index) >= list_.size()) return {};
@@ -18,7 +20,9 @@ int32_t usertreeentry::GetList(std::vector<std::string>& items) const {
   return 0;
 }
 
-std::string usertreeentry::GetListAsPipedString() const { return Join(list_, "|"); }
+std::string usertreeentry::GetListAsPipedString() const {
+  return Join(list_, "|");
+}
 
 int32_t usertreeentry::SetList(const std::vector<std::string>& items) {
   list_ = items;
@@ -85,9 +89,8 @@ void ParseUserList(std::string_view text, std::vector<std::string>& items) {
   }
 }
 
-void UserLists::KXExpressionBuilder_AddList(const std::string& parent_key,
-                                            const std::string& name, const std::string& key,
-                                            const std::string& thelist) {
+void UserLists::KXExpressionBuilder_AddList(const std::string& parent_key, const std::string& name,
+                                            const std::string& key, const std::string& thelist) {
   try {
     std::vector<std::string> items;
     ParseUserList(thelist, items);

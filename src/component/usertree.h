@@ -77,8 +77,8 @@ class UserLists {
 
   // Puts one top-level tree node per list, first to last: the entry's NodeKey as key, its
   // NodeName as text and the tag "user". ParentKey plays no part.
-  using AddNode = std::function<void(const std::string& key, const std::string& text,
-                                     const std::string& tag)>;
+  using AddNode =
+      std::function<void(const std::string& key, const std::string& text, const std::string& tag)>;
   void BuildUserTree(const AddNode& add_node) const;
 
   // Null until the first list is added.

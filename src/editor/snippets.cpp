@@ -10,12 +10,12 @@ namespace kx {
 namespace {
 
 const OperatorButton kButtons[] = {
-    {"cmdAmpersand", " & "},   {"cmdAnd", " And "},     {"cmdContains", " ~ "},
-    {"cmdEqual", " = "},       {"cmdGreater", " > "},   {"cmdGreaterEqual", " >= "},
+    {"cmdAmpersand", " & "},   {"cmdAnd", " And "},      {"cmdContains", " ~ "},
+    {"cmdEqual", " = "},       {"cmdGreater", " > "},    {"cmdGreaterEqual", " >= "},
     {"cmdLess", " < "},        {"cmdLessEqual", " <= "}, {"cmdLike", " Like "},
-    {"cmdLParen", "("},        {"cmdMinus", " - "},     {"cmdNot", " Not "},
-    {"cmdNotContain", " !~ "}, {"cmdNotEqual", " <> "}, {"cmdOr", " Or "},
-    {"cmdPlus", " + "},        {"cmdRParen", ")"},      {"cmdSlash", " / "},
+    {"cmdLParen", "("},        {"cmdMinus", " - "},      {"cmdNot", " Not "},
+    {"cmdNotContain", " !~ "}, {"cmdNotEqual", " <> "},  {"cmdOr", " Or "},
+    {"cmdPlus", " + "},        {"cmdRParen", ")"},       {"cmdSlash", " / "},
     {"cmdStar", " * "},
 };
 

@@ -54,8 +54,8 @@ const ConstructRow kConstructs[] = {
      4067,
      kConditionalDescription,
      "If condition then\r\n  statement block1\r\nElse\r\n  statement block2\r\nEnd if",
-     {{{"condition", "A numeric or string expression that evaluates to either true or false.",
-        true, 0, "condition"},
+     {{{"condition", "A numeric or string expression that evaluates to either true or false.", true,
+        0, "condition"},
        {"statement block1", kStatementsDescription, false, 0, "[statement block1]"},
        {"statement block2", kStatementsDescription, false, 0, "[statement block2]"}}},
      3},
@@ -139,14 +139,13 @@ void GetFunctionInfo(FunctionInfo& info) {
       for (int16_t i = 0; i < row.argument_count; ++i) {
         const ArgumentRow& a = row.arguments[static_cast<size_t>(i)];
         info.Arguments[static_cast<size_t>(i)] = {std::string(a.name), std::string(a.description),
-                                                  a.required, a.kind,
-                                                  std::string(a.default_value)};
+                                                  a.required, a.kind, std::string(a.default_value)};
       }
       return;
     }
     info.Origin.clear();
     info.Description = "<Unknown>";
-    info.Syntax = std::string(Trim(info.Name)) + "(??" "?)";  // split: not a trigraph
+    info.Syntax = std::string(Trim(info.Name)) + "(???)";
     info.ArgumentCount = 0;
   } catch (...) {
     ReportError("GetFunctionInfo(funcbld)");

@@ -27,7 +27,9 @@ std::string ParameterTextForRow(std::string_view parameters, int row) {
 
 namespace {
 
-const std::string& Value(const FunctionInfo& info, size_t i) { return info.Arguments[i].Default; }
+const std::string& Value(const FunctionInfo& info, size_t i) {
+  return info.Arguments[i].Default;
+}
 
 }  // namespace
 

@@ -8,7 +8,9 @@ std::string ErrorReportText(const Error& error) {
   return error.Description() + " (" + std::to_string(error.Number()) + ")";
 }
 
-void ReportError(std::string_view location) { ReportError(location, CurrentError()); }
+void ReportError(std::string_view location) {
+  ReportError(location, CurrentError());
+}
 
 void ReportError(std::string_view /*location*/, const Error& error) {
   try {

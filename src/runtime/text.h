@@ -21,7 +21,9 @@ std::string_view TrimRight(std::string_view s);
 // 1-based position of `what` in `s` at or after `start` (1-based), 0 when absent.
 // Mirrors the platform's InStr, including an empty `what` matching at `start`.
 int64_t InStr(int64_t start, std::string_view s, std::string_view what);
-inline int64_t InStr(std::string_view s, std::string_view what) { return InStr(1, s, what); }
+inline int64_t InStr(std::string_view s, std::string_view what) {
+  return InStr(1, s, what);
+}
 
 // Left/Right/Mid with the platform's rules: a negative length raises 5.
 std::string_view Left(std::string_view s, int64_t n);

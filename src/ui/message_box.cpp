@@ -10,9 +10,8 @@ MessageBox* g_current = nullptr;
 
 int RecordingMessageBox::Show(const std::string& text, int flags, const std::string& caption) {
   shown.push_back({text, flags, caption});
-  if (answers.empty()) return (flags & 7) == kMbYesNo || (flags & 7) == kMbYesNoCancel
-                                  ? kAnswerYes
-                                  : kAnswerOk;
+  if (answers.empty())
+    return (flags & 7) == kMbYesNo || (flags & 7) == kMbYesNoCancel ? kAnswerYes : kAnswerOk;
   int answer = answers.front();
   answers.pop_front();
   return answer;
@@ -30,7 +29,11 @@ MessageBox& CurrentMessageBox() {
   return g_current ? *g_current : standard_error;
 }
 
-ScopedMessageBox::ScopedMessageBox(MessageBox& box) : previous_(g_current) { g_current = &box; }
-ScopedMessageBox::~ScopedMessageBox() { g_current = previous_; }
+ScopedMessageBox::ScopedMessageBox(MessageBox& box) : previous_(g_current) {
+  g_current = &box;
+}
+ScopedMessageBox::~ScopedMessageBox() {
+  g_current = previous_;
+}
 
 }  // namespace kx::ui

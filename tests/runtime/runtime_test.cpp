@@ -1,0 +1,171 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "runtime/collection.h"
+#include "runtime/error.h"
+#include "runtime/files.h"
+#include "runtime/format.h"
+#include "runtime/narrow.h"
+#include "runtime/report.h"
+#include "runtime/text.h"
+#include "ui/message_box.h"
+
+namespace kx {
+namespace {
+
+int ErrorNumberOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return e.Number();
+  }
+  return 0;
+}
+
+TEST(Error, StandardNumbersCarryThePlatformTexts) {
+  EXPECT_EQ(Error(5).Description(), "Invalid procedure call or argument");
+  EXPECT_EQ(Error(6).Description(), "Overflow");
+  EXPECT_EQ(Error(9).Description(), "Subscript out of range");
+  EXPECT_EQ(Error(13).Description(), "Type mismatch");
+  EXPECT_EQ(Error(53).Description(), "File not found");
+  EXPECT_EQ(Error(91).Description(), "Object variable or With block variable not set");
+  EXPECT_EQ(Error(438).Description(), "Object doesn't support this property or method");
+  EXPECT_EQ(Error(457).Description(),
+            "This key is already associated with an element of this collection");
+  EXPECT_EQ(Error(1234).Description(), "Application-defined or object-defined error");
+}
+
+TEST(Collection, PositionsKeysAndErrors) {
+  Collection<std::string> c;
+  c.Add("a", "Alpha");
+  c.Add("b");
+  c.Add("c", "Gamma");
+  ASSERT_EQ(c.Count(), 3);
+  EXPECT_EQ(c.Item(1), "a");
+  EXPECT_EQ(c.Item(3), "c");
+  EXPECT_EQ(c.Item("ALPHA"), "a");  // keys ignore case
+  EXPECT_EQ(c.PositionOf("gamma"), 3);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Add("x", "alpha"); }), 457);
+  EXPECT_EQ(c.Count(), 3);  // the failed add left nothing behind
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item(0); }), 9);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item(4); }), 9);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Item("delta"); }), 5);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Remove("delta"); }), 5);
+
+  c.Remove(1);
+  EXPECT_EQ(c.Item(1), "b");
+  EXPECT_FALSE(c.Contains("alpha"));
+  c.Add("a2", "Alpha");  // a removed key can be used again
+  EXPECT_EQ(c.Item(3), "a2");
+  c.Insert(1, "first", "First");
+  EXPECT_EQ(c.Item(1), "first");
+  EXPECT_EQ(c.PositionOf("alpha"), 4);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Insert(9, "z"); }), 5);
+  c.Remove("GAMMA");
+  EXPECT_EQ(c.Count(), 3);
+  EXPECT_EQ(*c.KeyAt(1), "First");
+  EXPECT_FALSE(c.KeyAt(2).has_value());
+}
+
+TEST(Collection, BinaryCompareKeepsKeysThatDifferInCase) {
+  Collection<int> c(KeyCompare::Binary);
+  c.Add(1, "Key");
+  c.Add(2, "key");
+  EXPECT_EQ(c.Item("key"), 2);
+  EXPECT_EQ(c.Find("KEY"), nullptr);
+  EXPECT_EQ(ErrorNumberOf([&] { c.Add(3, "Key"); }), 457);
+}
+
+TEST(Collection, LargeSizesStayIndexed) {
+  Collection<int> c;
+  for (int i = 0; i < 200000; ++i) c.Add(i, "k" + std::to_string(i));
+  EXPECT_EQ(c.Item("K199999"), 199999);
+  EXPECT_EQ(c.Item(100001), 100000);
+}
+
+TEST(FormatMessage, ReplacesPlaceholdersInTurn) {
+  EXPECT_EQ(FormatMessage("Template file: %1 is invalid, line %2.", {"a.tpl", "7"}),
+            "Template file: a.tpl is invalid, line 7.");
+  EXPECT_EQ(FormatMessage("%1 and %1", {"x"}), "x and x");
+  // Each pass works on the result of the one before.
+  EXPECT_EQ(FormatMessage("%1", {"%2", "two"}), "two");
+  EXPECT_EQ(FormatMessage("%2%1", {"a"}), "%2a");
+  EXPECT_EQ(FormatMessage("no placeholders", {"x"}), "no placeholders");
+}
+
+TEST(ReportError, ShowsDescriptionAndNumberWithCriticalIcon) {
+  ui::RecordingMessageBox box;
+  ui::ScopedMessageBox scoped(box);
+  try {
+    Raise(kErrSubscript);
+  } catch (...) {
+    ReportError("HandleEditCopy(ExprBld)");
+  }
+  try {
+    throw std::runtime_error("boom");
+  } catch (...) {
+    ReportError("Somewhere(unit)");
+  }
+  ASSERT_EQ(box.shown.size(), 2u);
+  EXPECT_EQ(box.shown[0].text, "Subscript out of range (9)");
+  EXPECT_EQ(box.shown[0].flags, ui::kMbCritical);
+  EXPECT_EQ(box.shown[0].caption, "");
+  EXPECT_EQ(box.shown[1].text, "boom (51)");
+}
+
+TEST(ReportError, IgnoresFailuresOfTheMessageBox) {
+  struct Throwing : ui::MessageBox {
+    int Show(const std::string&, int, const std::string&) override { throw Error(5); }
+  } box;
+  ui::ScopedMessageBox scoped(box);
+  EXPECT_NO_THROW(ReportError("X(y)", Error(6)));
+}
+
+TEST(Narrowing, SixteenBitOverflowRaisesSix) {
+  EXPECT_EQ(CheckedInt16(32767), 32767);
+  EXPECT_EQ(CheckedInt16(-32768LL), -32768);
+  EXPECT_EQ(ErrorNumberOf([] { CheckedInt16(32768); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { CheckedInt16(-32769L); }), 6);
+  EXPECT_EQ(ErrorNumberOf([] { CheckedInt16(size_t{70000}); }), 6);
+  EXPECT_EQ(CheckedInt16(size_t{5}), 5);
+  EXPECT_EQ(ToVariantBool(true), -1);
+}
+
+TEST(Text, PlatformStringRules) {
+  EXPECT_EQ(InStr("a|b|c", "|"), 2);
+  EXPECT_EQ(InStr(3, "a|b|c", "|"), 4);
+  EXPECT_EQ(InStr(5, "a|b|c", "|"), 0);
+  EXPECT_EQ(InStr(2, "abc", ""), 2);
+  EXPECT_EQ(ErrorNumberOf([] { InStr(0, "abc", "a"); }), 5);
+  EXPECT_EQ(Left("abc", 5), "abc");
+  EXPECT_EQ(Right("abc", 2), "bc");
+  EXPECT_EQ(Mid("abcdef", 2, 3), "bcd");
+  EXPECT_EQ(Mid("abc", 9), "");
+  EXPECT_EQ(ErrorNumberOf([] { Left("abc", -1); }), 5);
+  EXPECT_EQ(Trim("  a b \t "), "a b \t");  // spaces only
+  EXPECT_EQ(Split("|a||", "|"), (std::vector<std::string>{"", "a", "", ""}));
+  EXPECT_TRUE(EqualsIgnoreCase("Records", "RECORDS"));
+}
+
+TEST(Files, ByteExactAndAtomic) {
+  namespace fs = std::filesystem;
+  fs::path dir = fs::temp_directory_path() / ("kx_files_" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  fs::path file = dir / "data.bin";
+  std::string bytes("a\r\nb\0c\xff\n", 8);
+  WriteWholeFile(file, bytes);
+  EXPECT_EQ(ReadWholeFile(file), bytes);
+  WriteFileAtomic(file, "new");
+  EXPECT_EQ(ReadWholeFile(file), "new");
+  // A failed atomic write leaves the old file and no temporary behind.
+  EXPECT_NE(ErrorNumberOf([&] { WriteFileAtomic(dir / "missing" / "x", "y"); }), 0);
+  EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
+  EXPECT_EQ(ErrorNumberOf([&] { ReadWholeFile(dir / "nope.txt"); }), 53);
+  EXPECT_EQ(ErrorNumberOf([&] { ReadWholeFile(dir); }), 75);
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace kx
