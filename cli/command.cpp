@@ -51,6 +51,15 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err,
   // Messages the component would show in a message box go to standard error here.
   ui::StreamMessageBox box(err);
   ui::ScopedMessageBox scoped(box);
+  if (argc > 1 && argv[1][0] != '-') {
+    bool known = false;
+    for (const CLI::App* sub : app.get_subcommands({})) known = known || sub->check_name(argv[1]);
+    if (!known) {
+      err << "kxexpr: unknown command '" << argv[1] << "'\n";
+      err << "Run 'kxexpr --help' for the commands and their options.\n";
+      return 2;
+    }
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
