@@ -54,8 +54,7 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
       try {
         text = ReadWholeFile(options->file);
       } catch (const Error& e) {
-        context.err << "kxexpr check: cannot read " << options->file << ": " << e.Description()
-                    << " (" << e.Number() << ")\n";
+        context.err << "kxexpr check: " << e.Description() << " (" << e.Number() << ")\n";
         context.exit_code = 2;
         return;
       }

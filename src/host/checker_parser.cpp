@@ -653,6 +653,7 @@ class Parser {
 
   void ParseDim() {
     std::string_view what = "a variable name after Dim";
+    Next();
     for (;;) {
       if (tok_.kind != TokenKind::Name) Expected(what);
       Next();

@@ -1,0 +1,112 @@
+// kxexpr check on files and standard input, in process and as a real program.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "command.h"
+#include "runtime/files.h"
+
+namespace kx::cli {
+namespace {
+
+struct Result {
+  int code;
+  std::string out, err;
+};
+
+Result RunCheck(const std::vector<std::string>& args, const std::string& input = {}) {
+  std::ostringstream out, err;
+  std::istringstream in(input);
+  std::vector<std::string> all{"check"};
+  all.insert(all.end(), args.begin(), args.end());
+  int code = Run(all, out, err, in);
+  return {code, out.str(), err.str()};
+}
+
+class CheckCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = std::filesystem::temp_directory_path() /
+           ("kx_check_cli_" + std::to_string(::getpid()) + "_" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::create_directories(dir_);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+  std::string Write(const std::string& name, const std::string& text) {
+    auto path = dir_ / name;
+    WriteWholeFile(path, text);
+    return path.string();
+  }
+  std::filesystem::path dir_;
+};
+
+TEST_F(CheckCli, PrintsOneCompilerStyleLinePerErrorAndFailsOnAny) {
+  std::string bad = Write("bad.txt", "If a\r\n  x = 1\r\nEnd If\r\ny = (2\r\n");
+  Result r = RunCheck({bad});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.out, bad + ":1:5: Expected Then after the If condition, found end of line\n" + bad +
+                       ":4:7: Expected \")\" to close the \"(\" at column 5, found end of line\n");
+
+  std::string good = Write("good.txt", "If Fields(\"a\") = \"\" Then \"none\" Else Fields(\"a\")");
+  r = RunCheck({good});
+  EXPECT_EQ(r.code, 0);
+  EXPECT_EQ(r.out, "");
+}
+
+TEST_F(CheckCli, ReadsStandardInputForDashOrNoFile) {
+  for (auto args : {std::vector<std::string>{"-"}, std::vector<std::string>{}}) {
+    Result r = RunCheck(args, "x = 1 +\n");
+    EXPECT_EQ(r.code, 1);
+    EXPECT_EQ(r.out, "<stdin>:1:8: Expected an expression after \"+\", found end of line\n");
+    EXPECT_EQ(RunCheck(args, "x = 1\n").code, 0);
+  }
+}
+
+TEST_F(CheckCli, JsonForTools) {
+  Result r = RunCheck({"--json", "-"}, "x = \"abc\r\nWend");
+  EXPECT_EQ(r.code, 1);
+  auto doc = nlohmann::json::parse(r.out);
+  EXPECT_EQ(doc["file"], "<stdin>");
+  EXPECT_EQ(doc["valid"], false);
+  ASSERT_EQ(doc["errors"].size(), 2u);
+  EXPECT_EQ(doc["errors"][0]["line"], 1);
+  EXPECT_EQ(doc["errors"][0]["column"], 5);
+  EXPECT_EQ(doc["errors"][0]["start"], 5);
+  EXPECT_EQ(doc["errors"][0]["length"], 4);
+  EXPECT_EQ(doc["errors"][1]["message"], "Wend without While");
+
+  // Bytes of a single-byte code page in a message still give valid JSON.
+  r = RunCheck({"--json"}, "x = caf\xe9 b");
+  EXPECT_TRUE(nlohmann::json::accept(r.out));
+
+  r = RunCheck({"--json"}, "x = 1");
+  EXPECT_EQ(r.code, 0);
+  EXPECT_EQ(nlohmann::json::parse(r.out)["valid"], true);
+}
+
+TEST_F(CheckCli, MissingFileIsAUsageFailure) {
+  Result r = RunCheck({(dir_ / "absent.txt").string()});
+  EXPECT_EQ(r.code, 2);
+  EXPECT_EQ(r.out, "");
+  EXPECT_NE(r.err.find("File not found"), std::string::npos);
+  EXPECT_NE(r.err.find("absent.txt (53)"), std::string::npos);
+}
+
+TEST_F(CheckCli, RealProgramExitStatus) {
+  std::string bad = Write("bad.txt", "Next\n");
+  std::string good = Write("good.txt", "Next_value = 1\n");
+  std::string cmd = std::string(KXEXPR_BINARY) + " check ";
+  int status = std::system((cmd + "- < " + bad + " > /dev/null").c_str());
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  status = std::system((cmd + good + " > /dev/null").c_str());
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+}  // namespace
+}  // namespace kx::cli

@@ -1,0 +1,239 @@
+// The checker on hand-written texts: every construct, every kind of error with its place.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "host/checker_object.h"
+#include "host/checker_parser.h"
+
+namespace kx::host {
+namespace {
+
+std::string FirstMessage(const std::string& text) {
+  auto errors = CheckExpressionSyntax(text);
+  return errors.empty() ? std::string() : errors.front().message;
+}
+
+TEST(CheckerSyntax, AcceptsEveryConstruct) {
+  const char* texts[] = {
+      // block If with ElseIf and Else, keywords in any case, comments, Rem
+      "If a > 1 Then ' big\r\n  x = 1\r\nElseIf a < 0 Then\r\n  x = 2\r\nelse\r\n  x = 3\r\n"
+      "END IF\r\nRem done",
+      "If a Then\r\nElse x = 1\r\nEnd If",
+      // single-line forms, empty branches, nesting, statement lists
+      "If a Then b Else c",
+      "If a Then x = 1: y = 2 Else GoTo fail",
+      "If a Then If b Then c Else d Else e",
+      "If a Then Else b",
+      "If a Then Return 5",
+      // Select Case with lists, ranges, Is and Case Else
+      "Select Case x\r\n  Case 1, 2 To 5, Is >= 10\r\n    y = 1\r\n  Case \"a\"\r\n"
+      "  Case Else\r\n    y = 0\r\nEnd Select",
+      "Select Case x\r\nEnd Select",
+      // For with and without Step, counters after Next, Exit For, For Each
+      "For i = 1 to 10 Step -2\r\n  If i = 5 Then Exit For\r\nNext i",
+      "For i = 1 To 3\r\nFor j = 1 To 3\r\nNext j, i",
+      "For counter = 1 to 100\r\n    x = x + counter\r\nNext 'counter",
+      "For Each f In Fields\r\nNext",
+      "While x < 10\r\n  x = x + 1\r\nWend",
+      // jumps and error handling
+      "On Error GoTo failed\r\nGoTo done\r\nfailed:\r\n  Resume Next\r\ndone: Return x",
+      "On Error Resume Next\r\nResume\r\nResume 0\r\nResume failed\r\nOn Error GoTo 0",
+      "Return",
+      // expressions: every operator, field references, calls, literals
+      "Records(\"r\").Fields(\"f\") & Fields(\"g\") & Targets(0).Records(\"r\").Fields(\"f\")",
+      "a And b Or Not c Xor d",
+      "a Like \"x*\" And b ~ \"y\" And c !~ \"z\" And d Is Nothing",
+      "a = b <> c < d <= e > f >= g",
+      "-a + b - c * d / e \\ f Mod g ^ -h",
+      "Left$(\"it\"\"s\", 2) & Trim$([first name]) & Mid(x, , 3) & f() & g(n := 1)",
+      "&HFF + &o17 + 1.5E3 + .5 + 2e-3 + #1/2/2003#",
+      // assignments, declarations, continuation, separators, line ends
+      "Dim a, b(1 To 10) As Integer, c As New Collection\r\nSet c = Nothing\r\nLet a = 1",
+      "x = a + _\r\n    b",
+      "x = 1: y = 2 ::",
+      "x = 1\ny = 2\rz = 3\n",
+      "",
+      "\r\n\r\n",
+  };
+  for (const char* text : texts) {
+    auto errors = CheckExpressionSyntax(text);
+    EXPECT_TRUE(errors.empty()) << text << "\n-> " << errors.front().message << " at "
+                                << errors.front().line << ":" << errors.front().column;
+  }
+}
+
+struct ErrorCase {
+  const char* text;
+  const char* message;
+  int start, length, line, column;
+};
+
+TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
+  const ErrorCase cases[] = {
+      {"If a\r\nEnd If", "Expected Then after the If condition, found end of line", 5, 0, 1, 5},
+      {"x = 1 +", "Expected an expression after \"+\", found end of text", 8, 0, 1, 8},
+      {"x = (1 + 2", "Expected \")\" to close the \"(\" at column 5, found end of text", 11, 0, 1,
+       11},
+      {"x = f(1, )", "Expected an argument after \",\", found \")\"", 10, 1, 1, 10},
+      {"x = f(1 2)", "Expected \")\" to close the \"(\" at column 6, found number 2", 9, 1, 1, 9},
+      {"x = a b", "Expected an operator or end of line after the expression, found name b", 7, 1, 1,
+       7},
+      {"\r\n  ) x", "Expected a statement, found \")\"", 5, 1, 2, 3},
+      {"x = \"abc", "String is not closed: expected a closing \" before the end of the line", 5, 4,
+       1, 5},
+      {"x = [abc", "Bracketed name is not closed: expected ] before the end of the line", 5, 4, 1,
+       5},
+      {"x = []", "Empty bracketed name []: put a field or variable name between the brackets", 5, 2,
+       1, 5},
+      {"x = 12ab", "Malformed number 12ab", 5, 4, 1, 5},
+      {"x = a ! b", "Unexpected character \"!\" (\"!~\" is the does-not-contain operator)", 7, 1, 1,
+       7},
+      {"x = a\x01", "Unexpected character (byte 0x01)", 6, 1, 1, 6},
+      {"For 1 = 2 To 3\r\nNext", "Expected a counter name after For, found number 1", 5, 1, 1, 5},
+      {"For i 2 To 3\r\nNext", "Expected = after the For counter, found number 2", 7, 1, 1, 7},
+      {"For i = 2\r\nNext", "Expected To after the For start value, found end of line", 10, 0, 1,
+       10},
+      {"Select x\r\nEnd Select", "Expected Case after Select, found name x", 8, 1, 1, 8},
+      {"Select Case x\r\n  y = 1\r\nEnd Select",
+       "Expected Case in the Select Case on line 1, found name y", 18, 1, 2, 3},
+      {"Select Case x\r\nCase Is 3\r\nEnd Select",
+       "Expected a comparison operator after Is, found number 3", 24, 1, 2, 9},
+      {"On Err GoTo x", "Expected Error after On, found name Err", 4, 3, 1, 4},
+      {"On Error Resume", "Expected Next after On Error Resume, found end of text", 16, 0, 1, 16},
+      {"On Error x", "Expected GoTo or Resume Next after On Error, found name x", 10, 1, 1, 10},
+      {"GoTo", "Expected a label after GoTo, found end of text", 5, 0, 1, 5},
+      {"End While", "Expected If or Select after End, found While", 5, 5, 1, 5},
+      {"Exit For", "Exit For outside a For loop", 1, 4, 1, 1},
+      {"If a Then For i = 1 To 2", "For cannot be used in a single-line If; use a block If", 11, 3,
+       1, 11},
+      {"If a Then If b Then\r\nEnd If",
+       "A block If cannot begin inside a single-line If; put something after Then", 11, 2, 1, 11},
+      {"  failed:\r\n", "A label must begin in column 1: remove the blanks before failed:", 3, 6, 1,
+       3},
+      {"Dim 5", "Expected a variable name after Dim, found number 5", 5, 1, 1, 5},
+      {"x = a.", "Expected a member name after \".\", found end of text", 7, 0, 1, 7},
+  };
+  for (const ErrorCase& c : cases) {
+    auto errors = CheckExpressionSyntax(c.text);
+    ASSERT_FALSE(errors.empty()) << c.text;
+    const SyntaxError& e = errors.front();
+    EXPECT_EQ(e.message, c.message) << c.text;
+    EXPECT_EQ(e.start, c.start) << c.text;
+    EXPECT_EQ(e.length, c.length) << c.text;
+    EXPECT_EQ(e.line, c.line) << c.text;
+    EXPECT_EQ(e.column, c.column) << c.text;
+  }
+}
+
+TEST(CheckerSyntax, BlocksThatDoNotCloseOrDoNotOpen) {
+  // Unclosed blocks point at their opening keyword, the outermost first.
+  auto errors = CheckExpressionSyntax("x = 1\r\nWhile a\r\n  For i = 1 To 2\r\n");
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_EQ(errors[0].message, "While without Wend: expected Wend before the end of the text");
+  EXPECT_EQ(errors[0].start, 8);
+  EXPECT_EQ(errors[0].length, 5);
+  EXPECT_EQ(errors[0].line, 2);
+  EXPECT_EQ(errors[1].message, "For without Next: expected Next before the end of the text");
+  EXPECT_EQ(errors[1].line, 3);
+  EXPECT_EQ(errors[1].column, 3);
+
+  // A closer that skips an open block closes its own and names the one left open.
+  errors = CheckExpressionSyntax("While a\r\n  If b Then\r\nWend");
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_EQ(errors[0].message, "If without End If: expected End If before the Wend on line 3");
+  EXPECT_EQ(errors[0].line, 2);
+
+  const std::pair<const char*, const char*> strays[] = {
+      {"End If", "End If without If"},
+      {"x\r\nend select", "end select without Select Case"},
+      {"Next", "Next without For"},
+      {"Wend", "Wend without While"},
+      {"Else", "Else without If"},
+      {"ElseIf a Then", "ElseIf without If"},
+      {"Case 1", "Case without Select Case"},
+      {"If a Then\r\nElse\r\nElse\r\nEnd If", "Second Else in the If on line 1"},
+      {"If a Then\r\nElse\r\nElseIf b Then\r\nEnd If", "ElseIf after the Else of the If on line 1"},
+      {"Select Case a\r\nCase Else\r\nCase 1\r\nEnd Select",
+       "Case after the Case Else of the Select Case on line 1"},
+      {"For i = 1 To 2\r\nNext j", "Next j does not match the For i on line 1"},
+      {"Select Case a\r\nCase 1\r\nFor i = 1 To 2\r\nCase 2\r\nNext\r\nEnd Select",
+       "Expected Next to close the For on line 3, found Case"},
+  };
+  for (const auto& [text, message] : strays) EXPECT_EQ(FirstMessage(text), message) << text;
+
+  // A broken block header still opens its block: the closing line adds no second error.
+  errors = CheckExpressionSyntax("If a b Then\r\n  x\r\nEnd If\r\nFor i = \r\nNext i");
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_EQ(errors[0].line, 1);
+  EXPECT_EQ(errors[1].line, 4);
+}
+
+TEST(CheckerSyntax, ReportsEveryErrorRecoveringAtTheNextLine) {
+  auto errors =
+      CheckExpressionSyntax("x = \r\ny = 1\r\nz = (\r\n\"open\r\nIf q Then r s\r\nok = 1");
+  ASSERT_EQ(errors.size(), 4u);
+  EXPECT_EQ(errors[0].line, 1);
+  EXPECT_EQ(errors[1].line, 3);
+  EXPECT_EQ(errors[2].line, 4);
+  EXPECT_EQ(errors[3].line, 5);
+  // One error per line: the rest of a failed line is skipped.
+  EXPECT_EQ(CheckExpressionSyntax("x = ) ) ) \"unclosed").size(), 1u);
+  // A continued line is one line for recovery, and positions stay right across the join.
+  errors = CheckExpressionSyntax("x = 1 + _\r\n  * 2\r\ny = ");
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_EQ(errors[0].line, 2);
+  EXPECT_EQ(errors[0].column, 3);
+  EXPECT_EQ(errors[0].start, 14);
+}
+
+TEST(CheckerSyntax, DeepNestingIsAnErrorNotACrash) {
+  const int n = 10000;
+  for (const auto& [open, close] : {std::pair<std::string, std::string>{"(", ")"},
+                                    {"f(", ")"},
+                                    {"Not ", ""},
+                                    {"-", ""},
+                                    {"If a Then ", ""}}) {
+    std::string text = "x = ";
+    if (open.rfind("If", 0) == 0) text.clear();
+    for (int i = 0; i < n; ++i) text += open;
+    text += "1";
+    for (int i = 0; i < n; ++i) text += close;
+    auto errors = CheckExpressionSyntax(text);
+    ASSERT_EQ(errors.size(), 1u) << open;
+    EXPECT_EQ(errors[0].message, "Nested more than 256 levels deep: simplify the expression");
+  }
+  // Just inside the limit is fine.
+  std::string ok =
+      std::string(kMaxExpressionDepth - 1, '(') + "1" + std::string(kMaxExpressionDepth - 1, ')');
+  EXPECT_TRUE(CheckExpressionSyntax(ok).empty());
+
+  // Blocks are kept on the heap: ten thousand nested loops are simply valid...
+  std::string openers;
+  for (int i = 0; i < n; ++i) openers += "While a\r\nIf b Then\r\n";
+  std::string closers;
+  for (int i = 0; i < n; ++i) closers += "End If\r\nWend\r\n";
+  EXPECT_TRUE(CheckExpressionSyntax(openers + closers).empty());
+  // ...and left open they give one error each.
+  EXPECT_EQ(CheckExpressionSyntax(openers).size(), static_cast<size_t>(2 * n));
+}
+
+TEST(CheckerObject, AnswersWhatValidateAsks) {
+  BasicCompiler checker;
+  ExpressionChecker& validate_view = checker;
+  validate_view.Check("x = 1\r\nIf x = 1\r\n  y\r\nEnd If\r\nz = (");
+  EXPECT_EQ(validate_view.ErrorText(), "Expected Then after the If condition, found end of line");
+  EXPECT_EQ(validate_view.ErrorStart(), 16);
+  EXPECT_EQ(validate_view.ErrorLength(), 0);
+  EXPECT_EQ(checker.Errors().size(), 2u);
+
+  validate_view.Check("Fields(\"a\") & \"b\"");
+  EXPECT_EQ(validate_view.ErrorText(), "");
+  EXPECT_EQ(validate_view.ErrorStart(), 0);
+  EXPECT_EQ(validate_view.ErrorLength(), 0);
+  EXPECT_TRUE(checker.Errors().empty());
+}
+
+}  // namespace
+}  // namespace kx::host
