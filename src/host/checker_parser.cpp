@@ -1,6 +1,7 @@
 #include "host/checker_parser.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <optional>
 
@@ -141,7 +142,8 @@ class Parser {
         Recover();
       }
     }
-    for (size_t i = blocks_.size(); i-- > 0;) Report(blocks_[i].opener, Unclosed(blocks_[i], {}));
+    for (size_t i = blocks_.size(); i-- > 0;)
+      Report(blocks_[i].opener, Unclosed(blocks_[i], "the end of the text"));
     std::stable_sort(errors_.begin(), errors_.end(),
                      [](const SyntaxError& a, const SyntaxError& b) { return a.start < b.start; });
     return std::move(errors_);
@@ -268,14 +270,16 @@ class Parser {
     Fail(tok_, "Expected " + std::string(what) + ", found " + Describe(tok_));
   }
 
-  std::string Unclosed(const Block& b, const std::optional<Token>& closer) const {
-    std::string message = std::string(OpenerName(b.kind)) + " without " +
-                          std::string(CloserName(b.kind)) + ": expected " +
-                          std::string(CloserName(b.kind)) + " before ";
-    if (!closer) return message + "the end of the text";
-    return message + "the " + std::string(lex_.Text(*closer)) + " on line " +
-           std::to_string(closer->line);
+  std::string Unclosed(const Block& b, std::string_view before) const {
+    return std::string(OpenerName(b.kind)) + " without " + std::string(CloserName(b.kind)) +
+           ": expected " + std::string(CloserName(b.kind)) + " before " + std::string(before);
   }
+
+  void Push(const Block& b) {
+    blocks_.push_back(b);
+    ++open_[static_cast<size_t>(b.kind)];
+  }
+  bool IsOpen(BlockKind kind) const { return open_[static_cast<size_t>(kind)] > 0; }
 
   // Skips the rest of a line after an error. A block header that failed still opens its
   // block, so that its closing line does not cause a second, misleading error; an If
@@ -293,7 +297,7 @@ class Parser {
       Advance();
     }
     if (pending_) {
-      if (pending_->kind != BlockKind::If || !saw_then || then_last) blocks_.push_back(*pending_);
+      if (pending_->kind != BlockKind::If || !saw_then || then_last) Push(*pending_);
       pending_.reset();
     }
   }
@@ -400,7 +404,7 @@ class Parser {
         IsOp(Op::Colon) &&
         (Peek().kind == TokenKind::EndOfLine || Peek().kind == TokenKind::EndOfText))
       Fail(first, "A label must begin in column 1: remove the blanks before " +
-                      std::string(lex_.Text(first)) + ":");
+                      Shorten(lex_.Text(first)) + ":");
   }
 
   void ParseIf(bool single_line_if) {
@@ -413,7 +417,7 @@ class Parser {
     if (AtLineEnd()) {
       if (single_line_if)
         Fail(opener, "A block If cannot begin inside a single-line If; put something after Then");
-      blocks_.push_back(*pending_);
+      Push(*pending_);
       pending_.reset();
       after_ = "end of line after Then";
       return;
@@ -458,7 +462,7 @@ class Parser {
         if (!IsKeyword(Keyword::Case)) Expected("Case after Select");
         Next();
         ParseExpr(0, "a test expression after Select Case");
-        blocks_.push_back(*pending_);
+        Push(*pending_);
         pending_.reset();
         after_ = "an operator or end of line after the Select Case expression";
         return;
@@ -475,7 +479,7 @@ class Parser {
         pending_ = Block{BlockKind::While, kw, {}};
         Next();
         ParseExpr(0, "a condition after While");
-        blocks_.push_back(*pending_);
+        Push(*pending_);
         pending_.reset();
         after_ = "an operator or end of line after the While condition";
         return;
@@ -492,27 +496,31 @@ class Parser {
   // The innermost open block must be of `kind`; otherwise the statement is misplaced.
   Block& InnermostOrFail(BlockKind kind, std::string_view without) {
     if (!blocks_.empty() && blocks_.back().kind == kind) return blocks_.back();
-    for (const Block& b : blocks_)
-      if (b.kind == kind) {
-        const Block& inner = blocks_.back();
-        Fail(tok_, "Expected " + std::string(CloserName(inner.kind)) + " to close the " +
-                       std::string(OpenerName(inner.kind)) + " on line " +
-                       std::to_string(inner.opener.line) + ", found " + Describe(tok_));
-      }
+    if (IsOpen(kind)) {
+      const Block& inner = blocks_.back();
+      Fail(tok_, "Expected " + std::string(CloserName(inner.kind)) + " to close the " +
+                     std::string(OpenerName(inner.kind)) + " on line " +
+                     std::to_string(inner.opener.line) + ", found " + Describe(tok_));
+    }
     Fail(tok_, std::string(without));
   }
 
   // Closes the innermost block of `kind`; blocks opened inside it and still open are errors.
+  // Each block is popped once, so closing stays linear in the text however it is nested.
   Block Close(BlockKind kind, const Token& closer) {
-    size_t i = blocks_.size();
-    while (i > 0 && blocks_[i - 1].kind != kind) --i;
-    if (i == 0)
-      Fail(closer, std::string(lex_.Text(closer)) + " without " + std::string(OpenerName(kind)));
-    for (size_t j = blocks_.size(); j-- > i;)
-      Report(blocks_[j].opener, Unclosed(blocks_[j], closer));
-    Block closed = blocks_[i - 1];
-    blocks_.resize(i - 1);
-    return closed;
+    std::string_view name = CloserName(kind);
+    if (!IsOpen(kind))
+      Fail(closer, std::string(name) + " without " + std::string(OpenerName(kind)));
+    std::string before;
+    for (;;) {
+      Block b = blocks_.back();
+      blocks_.pop_back();
+      --open_[static_cast<size_t>(b.kind)];
+      if (b.kind == kind) return b;
+      if (before.empty())
+        before = "the " + std::string(name) + " on line " + std::to_string(closer.line);
+      Report(b.opener, Unclosed(b, before));
+    }
   }
 
   void ParseEnd(bool single_line_if) {
@@ -597,7 +605,7 @@ class Parser {
         ParseExpr(0, "a step value after Step");
       }
     }
-    blocks_.push_back(*pending_);
+    Push(*pending_);
     pending_.reset();
     after_ = "an operator or end of line after the For line";
   }
@@ -610,8 +618,8 @@ class Parser {
     // "Next i, j" closes two loops, innermost first; the names must match their counters.
     while (tok_.kind == TokenKind::Name) {
       if (closed.has_counter && !EqualsIgnoringCase(lex_.Text(tok_), lex_.Text(closed.counter)))
-        Fail(tok_, "Next " + std::string(lex_.Text(tok_)) + " does not match the For " +
-                       std::string(lex_.Text(closed.counter)) + " on line " +
+        Fail(tok_, "Next " + Shorten(lex_.Text(tok_)) + " does not match the For " +
+                       Shorten(lex_.Text(closed.counter)) + " on line " +
                        std::to_string(closed.opener.line));
       Next();
       if (!IsOp(Op::Comma)) return;
@@ -697,9 +705,7 @@ class Parser {
     Token kw = tok_;
     Next();
     if (!IsKeyword(Keyword::For)) Expected("For after Exit");
-    bool in_loop = false;
-    for (const Block& b : blocks_) in_loop = in_loop || b.kind == BlockKind::For;
-    if (!in_loop) Fail(kw, "Exit For outside a For loop");
+    if (!IsOpen(BlockKind::For)) Fail(kw, "Exit For outside a For loop");
     Next();
     after_ = "end of line after Exit For";
   }
@@ -869,6 +875,7 @@ class Parser {
   std::string_view after_;        // what may follow the statement just parsed (a literal)
   std::optional<Block> pending_;  // a block whose header is being read
   std::vector<Block> blocks_;
+  std::array<size_t, 4> open_{};  // open blocks of each kind
   std::vector<SyntaxError> errors_;
 };
 

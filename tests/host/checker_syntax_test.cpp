@@ -147,7 +147,7 @@ TEST(CheckerSyntax, BlocksThatDoNotCloseOrDoNotOpen) {
 
   const std::pair<const char*, const char*> strays[] = {
       {"End If", "End If without If"},
-      {"x\r\nend select", "end select without Select Case"},
+      {"x\r\nend select", "End Select without Select Case"},
       {"Next", "Next without For"},
       {"Wend", "Wend without While"},
       {"Else", "Else without If"},
