@@ -114,6 +114,13 @@ TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
        3},
       {"Dim 5", "Expected a variable name after Dim, found number 5", 5, 1, 1, 5},
       {"x = a.", "Expected a member name after \".\", found end of text", 7, 0, 1, 7},
+      {"x = #1/2", "Date is not closed: expected # before the end of the line", 5, 4, 1, 5},
+      {"For Each f Fields\r\nNext", "Expected In after the For Each variable, found name Fields",
+       12, 6, 1, 12},
+      {"If a Then\r\nElseIf b\r\nEnd If",
+       "Expected Then after the ElseIf condition, found end of line", 20, 0, 2, 9},
+      {"Select Case a\r\nCase 1,\r\nEnd Select", "Expected a value after \",\", found end of line",
+       23, 0, 2, 8},
   };
   for (const ErrorCase& c : cases) {
     auto errors = CheckExpressionSyntax(c.text);
