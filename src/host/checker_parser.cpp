@@ -395,6 +395,8 @@ class Parser {
           break;
       }
     }
+    // "Call Name(...)" is the VB family's explicit call statement.
+    if (IsWord("call") && Peek().kind == TokenKind::Name) Next();
     Token first = tok_;
     uint64_t before = tokens_;
     ParseExpr(0, "a statement");

@@ -53,6 +53,7 @@ TEST(CheckerSyntax, AcceptsEveryConstruct) {
       "Dim a, b(1 To 10) As Integer, c As New Collection\r\nSet c = Nothing\r\nLet a = 1",
       "x = a + _\r\n    b",
       "x = 1: y = 2 ::",
+      "Call Log(\"done\")\r\ncall = 1",
       "x = 1\ny = 2\rz = 3\n",
       "",
       "\r\n\r\n",
