@@ -12,7 +12,7 @@ struct KeywordEntry {
   Keyword keyword;
 };
 
-// Grouped by length so that a word is compared only with words it could be.
+// Case-folded spellings; LookUp compares the length first, so most entries cost one test.
 constexpr std::array kKeywords{
     KeywordEntry{"as", "As", Keyword::As},
     KeywordEntry{"if", "If", Keyword::If},
