@@ -7,11 +7,10 @@
 #include <string>
 #include <string_view>
 
+#include "typelib/format.h"
 #include "typelib/typelib.h"
 
 namespace kx::typelib {
-
-std::string Hex(uint64_t value);  // "0x1A2B"
 
 class Bytes {
  public:

@@ -1,11 +1,41 @@
 #include "typelib/format.h"
 
-#include "typelib/bytes.h"
-
 #include <charconv>
 #include <cstdio>
 
 namespace kx::typelib {
+
+std::string Hex(uint64_t value) {
+  char buf[24];
+  std::snprintf(buf, sizeof buf, "0x%llX", static_cast<unsigned long long>(value));
+  return buf;
+}
+
+std::string_view TypeKindName(TypeKind kind) {
+  static constexpr std::string_view kNames[] = {"Enum",     "Record",  "Module", "Interface",
+                                                "Dispatch", "Coclass", "Alias",  "Union"};
+  return kNames[static_cast<int>(kind)];
+}
+
+std::string_view InvokeKindName(InvokeKind kind) {
+  switch (kind) {
+    case InvokeKind::Func: return "func";
+    case InvokeKind::PropertyGet: return "get";
+    case InvokeKind::PropertyPut: return "put";
+    case InvokeKind::PropertyPutRef: return "putref";
+  }
+  return "?";
+}
+
+std::string Guid::ToString() const {
+  char buf[40];
+  const auto& b = bytes;
+  std::snprintf(buf, sizeof buf,
+                "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", b[3],
+                b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13],
+                b[14], b[15]);
+  return buf;
+}
 
 std::string BasicTypeName(uint16_t vt) {
   switch (vt) {

@@ -8,6 +8,8 @@
 
 namespace kx::typelib {
 
+std::string Hex(uint64_t value);  // "0x1A2B"
+
 // The name of a basic variant type ("Integer", "Long", "String", "Variant" …).
 std::string BasicTypeName(uint16_t vt);
 

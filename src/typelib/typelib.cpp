@@ -7,47 +7,16 @@
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "typelib/bytes.h"
+#include "typelib/format.h"
 #include "typelib/pe.h"
 
 namespace kx::typelib {
-
-std::string Hex(uint64_t value) {
-  char buf[24];
-  std::snprintf(buf, sizeof buf, "0x%llX", static_cast<unsigned long long>(value));
-  return buf;
-}
 
 void Bytes::Fail(const std::string& why, uint64_t offset) const {
   throw Error(kErrInvalidFileFormat, where_ + ": " + why + " (offset " + Hex(offset) + ")");
 }
 void Bytes::Fail(const std::string& why) const {
   throw Error(kErrInvalidFileFormat, where_ + ": " + why);
-}
-
-std::string_view TypeKindName(TypeKind kind) {
-  static constexpr std::string_view kNames[] = {"Enum",     "Record",  "Module", "Interface",
-                                                "Dispatch", "Coclass", "Alias",  "Union"};
-  return kNames[static_cast<int>(kind)];
-}
-
-std::string_view InvokeKindName(InvokeKind kind) {
-  switch (kind) {
-    case InvokeKind::Func: return "func";
-    case InvokeKind::PropertyGet: return "get";
-    case InvokeKind::PropertyPut: return "put";
-    case InvokeKind::PropertyPutRef: return "putref";
-  }
-  return "?";
-}
-
-std::string Guid::ToString() const {
-  char buf[40];
-  const auto& b = bytes;
-  std::snprintf(buf, sizeof buf,
-                "{%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X}", b[3],
-                b[2], b[1], b[0], b[5], b[4], b[7], b[6], b[8], b[9], b[10], b[11], b[12], b[13],
-                b[14], b[15]);
-  return buf;
 }
 
 namespace {
@@ -336,7 +305,9 @@ class MsftReader {
           ti.implements.push_back({UserType(href), b_.I32(r + 4, "implemented type")});
           ref = b_.I32(r + 12, "implemented type");
         }
-      } else if (ti.kind != TypeKind::Dispatch || datatype1 != -1) {
+      } else if (ti.kind != TypeKind::Dispatch) {
+        // A dispinterface's own reference (the interface it wraps) is left out: readers
+        // show IDispatch there instead.
         ti.implements.push_back({UserType(datatype1), 0});
       }
     }
