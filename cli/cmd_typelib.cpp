@@ -139,7 +139,8 @@ CommandRegistrar reg(50, [](CLI::App& app, Context& context) {
   cmd->add_option("FILE", o->file, "Type library, optionally followed by \\N");
   cmd->add_flag("--json", o->json, "Print JSON instead of text");
   cmd->add_flag("--registered", o->registered, "List the registered type libraries");
-  cmd->add_option("--registry", o->registry, "Registry file to read (REGEDIT4, version 5.00 or Wine)");
+  cmd->add_option("--registry", o->registry,
+                  "Registry file to read (REGEDIT4, version 5.00 or Wine)");
   cmd->callback([&context, o] {
     if (o->registered) {
       auto registry = o->registry.empty() ? OpenRegistryInUse(DataDir() + "/kxexpr.reg")
@@ -148,7 +149,9 @@ CommandRegistrar reg(50, [](CLI::App& app, Context& context) {
       if (o->json) {
         ordered_json list = ordered_json::array();
         for (const auto& n : nodes)
-          list.push_back({{"text", ToUtf8(n.text)}, {"key", ToUtf8(n.key)}, {"tag", n.tag},
+          list.push_back({{"text", ToUtf8(n.text)},
+                          {"key", ToUtf8(n.key)},
+                          {"tag", n.tag},
                           {"path", ToUtf8(n.path)}});
         context.out << list.dump(2) << '\n';
       } else {

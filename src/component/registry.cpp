@@ -51,7 +51,8 @@ namespace {
 std::string_view RootPath(std::string_view name) {
   std::string upper = UpperCase(name);
   if (upper == "HKEY_LOCAL_MACHINE" || upper == "HKLM") return "HKEY_LOCAL_MACHINE";
-  if (upper == "HKEY_CLASSES_ROOT" || upper == "HKCR") return "HKEY_LOCAL_MACHINE\\Software\\Classes";
+  if (upper == "HKEY_CLASSES_ROOT" || upper == "HKCR")
+    return "HKEY_LOCAL_MACHINE\\Software\\Classes";
   if (upper == "HKEY_CURRENT_USER" || upper == "HKCU") return "HKEY_CURRENT_USER";
   if (upper == "HKEY_USERS" || upper == "HKU") return "HKEY_USERS";
   if (upper == "HKEY_CURRENT_CONFIG" || upper == "HKCC") return "HKEY_CURRENT_CONFIG";
@@ -60,12 +61,18 @@ std::string_view RootPath(std::string_view name) {
 
 std::string_view PredefinedPath(HKEY key) {
   switch (key) {
-    case HKEY_CLASSES_ROOT: return "HKEY_LOCAL_MACHINE\\Software\\Classes";
-    case HKEY_CURRENT_USER: return "HKEY_CURRENT_USER";
-    case HKEY_LOCAL_MACHINE: return "HKEY_LOCAL_MACHINE";
-    case HKEY_USERS: return "HKEY_USERS";
-    case HKEY_CURRENT_CONFIG: return "HKEY_CURRENT_CONFIG";
-    default: return {};
+    case HKEY_CLASSES_ROOT:
+      return "HKEY_LOCAL_MACHINE\\Software\\Classes";
+    case HKEY_CURRENT_USER:
+      return "HKEY_CURRENT_USER";
+    case HKEY_LOCAL_MACHINE:
+      return "HKEY_LOCAL_MACHINE";
+    case HKEY_USERS:
+      return "HKEY_USERS";
+    case HKEY_CURRENT_CONFIG:
+      return "HKEY_CURRENT_CONFIG";
+    default:
+      return {};
   }
 }
 
@@ -85,7 +92,8 @@ class RegParser {
     while (NextLine(line)) {
       std::string_view t = Trim(line);
       if (first) {
-        if (!t.empty() && static_cast<unsigned char>(t[0]) == 0xEF && t.substr(0, 3) == "\xEF\xBB\xBF")
+        if (!t.empty() && static_cast<unsigned char>(t[0]) == 0xEF &&
+            t.substr(0, 3) == "\xEF\xBB\xBF")
           t.remove_prefix(3);
         if (t.empty()) continue;
         first = false;
@@ -97,15 +105,18 @@ class RegParser {
           format_ = Format::Wine;
           wine_root_ = "HKEY_LOCAL_MACHINE";
         } else {
-          Fail("not a registry file (the first line is neither \"REGEDIT4\", \"Windows "
-               "Registry Editor Version 5.00\" nor \"WINE REGISTRY Version 2\")");
+          Fail(
+              "not a registry file (the first line is neither \"REGEDIT4\", \"Windows "
+              "Registry Editor Version 5.00\" nor \"WINE REGISTRY Version 2\")");
         }
         continue;
       }
       if (t.empty()) continue;
       if (format_ == Format::Wine && t.substr(0, 2) == ";;") {
-        if (t.find("relative to \\\\User") != std::string_view::npos) wine_root_ = "HKEY_CURRENT_USER";
-        if (t.find("relative to \\\\Machine") != std::string_view::npos) wine_root_ = "HKEY_LOCAL_MACHINE";
+        if (t.find("relative to \\\\User") != std::string_view::npos)
+          wine_root_ = "HKEY_CURRENT_USER";
+        if (t.find("relative to \\\\Machine") != std::string_view::npos)
+          wine_root_ = "HKEY_LOCAL_MACHINE";
         continue;
       }
       if (t[0] == ';' || t[0] == '#') continue;
@@ -138,7 +149,8 @@ class RegParser {
       ++line_number_;
       // A trailing backslash continues a hex list on the next line.
       std::string_view trimmed = TrimRight(piece);
-      bool continued = !trimmed.empty() && trimmed.back() == '\\' && IsHexContinuation(line, trimmed);
+      bool continued =
+          !trimmed.empty() && trimmed.back() == '\\' && IsHexContinuation(line, trimmed);
       if (continued) {
         line.append(trimmed.substr(0, trimmed.size() - 1));
         continue;
@@ -175,14 +187,22 @@ class RegParser {
     char c = s[0];
     consumed = 1;
     switch (c) {
-      case 'a': return '\a';
-      case 'b': return '\b';
-      case 'e': return 0x1B;
-      case 'f': return '\f';
-      case 'n': return '\n';
-      case 'r': return '\r';
-      case 't': return '\t';
-      case 'v': return '\v';
+      case 'a':
+        return '\a';
+      case 'b':
+        return '\b';
+      case 'e':
+        return 0x1B;
+      case 'f':
+        return '\f';
+      case 'n':
+        return '\n';
+      case 'r':
+        return '\r';
+      case 't':
+        return '\t';
+      case 'v':
+        return '\v';
       case 'x': {
         uint32_t code = 0;
         size_t n = 0;
@@ -287,8 +307,9 @@ class RegParser {
   static std::string Utf16ToAnsi(const std::string& bytes) {
     std::string out;
     for (size_t i = 0; i + 1 < bytes.size(); i += 2)
-      AppendUtf16AsAnsi(out, static_cast<unsigned char>(bytes[i]) |
-                                 (static_cast<uint32_t>(static_cast<unsigned char>(bytes[i + 1])) << 8));
+      AppendUtf16AsAnsi(out,
+                        static_cast<unsigned char>(bytes[i]) |
+                            (static_cast<uint32_t>(static_cast<unsigned char>(bytes[i + 1])) << 8));
     return out;
   }
 
@@ -355,9 +376,12 @@ class RegParser {
     uint64_t v = 0;
     for (char c : s) {
       int d;
-      if (c >= '0' && c <= '9') d = c - '0';
-      else if (base == 16 && std::isxdigit(static_cast<unsigned char>(c))) d = HexDigit(c);
-      else Fail("bad number \"" + std::string(s) + "\"");
+      if (c >= '0' && c <= '9')
+        d = c - '0';
+      else if (base == 16 && std::isxdigit(static_cast<unsigned char>(c)))
+        d = HexDigit(c);
+      else
+        Fail("bad number \"" + std::string(s) + "\"");
       v = v * static_cast<uint64_t>(base) + static_cast<uint64_t>(d);
       if (v > UINT32_MAX) Fail("number out of range \"" + std::string(s) + "\"");
     }
@@ -405,7 +429,9 @@ void FileRegistry::SetValue(std::string_view key_path, std::string_view name, ui
   Walk(root_.get(), key_path, true, nullptr)->values[std::string(name)] = {type, std::move(bytes)};
 }
 
-void FileRegistry::CreateKey(std::string_view key_path) { Walk(root_.get(), key_path, true, nullptr); }
+void FileRegistry::CreateKey(std::string_view key_path) {
+  Walk(root_.get(), key_path, true, nullptr);
+}
 
 void FileRegistry::RemoveKey(std::string_view key_path) {
   size_t slash = key_path.rfind('\\');
@@ -512,13 +538,17 @@ std::shared_ptr<FileRegistry> FileRegistry::Load(const fs::path& path) {
   return reg;
 }
 
-std::shared_ptr<Registry> OpenRegistryFile(const fs::path& path) { return FileRegistry::Load(path); }
+std::shared_ptr<Registry> OpenRegistryFile(const fs::path& path) {
+  return FileRegistry::Load(path);
+}
 
 std::shared_ptr<Registry> OpenRegistryInUse(const fs::path& fallback) {
   if (const char* r = std::getenv("KXEXPR_REGISTRY"); r && *r) return FileRegistry::Load(r);
   std::vector<fs::path> candidates;
-  if (const char* p = std::getenv("WINEPREFIX"); p && *p) candidates.push_back(fs::path(p) / "system.reg");
-  if (const char* h = std::getenv("HOME"); h && *h) candidates.push_back(fs::path(h) / ".wine" / "system.reg");
+  if (const char* p = std::getenv("WINEPREFIX"); p && *p)
+    candidates.push_back(fs::path(p) / "system.reg");
+  if (const char* h = std::getenv("HOME"); h && *h)
+    candidates.push_back(fs::path(h) / ".wine" / "system.reg");
   if (!fallback.empty()) candidates.push_back(fallback);
   for (const fs::path& c : candidates)
     if (FileExists(c)) return FileRegistry::Load(c);
@@ -608,8 +638,8 @@ std::string GetKXTypeLibPath(Registry& registry) {
     HKEY key = 0;
     uint32_t disposition = 0;
     int32_t result = registry.RegCreateKeyExA(
-        HKEY_CLASSES_ROOT, "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}\\InprocServer32", 0,
-        "", 0, 0x3F, nullptr, &key, &disposition);
+        HKEY_CLASSES_ROOT, "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}\\InprocServer32", 0, "",
+        0, 0x3F, nullptr, &key, &disposition);
     if (result != ERROR_SUCCESS) return {};
     RegValue value;
     QueryValueEx(registry, key, "", value);

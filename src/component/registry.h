@@ -37,14 +37,13 @@ class Registry {
  public:
   virtual ~Registry() = default;
 
-  virtual int32_t RegOpenKeyExA(HKEY key, std::string_view sub_key, uint32_t options,
-                                uint32_t sam, HKEY* result) = 0;
+  virtual int32_t RegOpenKeyExA(HKEY key, std::string_view sub_key, uint32_t options, uint32_t sam,
+                                HKEY* result) = 0;
   // Opens the key, creating it (and its parents) when absent. `disposition` receives 1 for
   // a created key and 2 for an existing one.
   virtual int32_t RegCreateKeyExA(HKEY key, std::string_view sub_key, uint32_t reserved,
                                   std::string_view class_name, uint32_t options, uint32_t sam,
-                                  const void* security, HKEY* result,
-                                  uint32_t* disposition) = 0;
+                                  const void* security, HKEY* result, uint32_t* disposition) = 0;
   // With `data` null: the type and size only. Otherwise `*size` is the buffer's size: a
   // value that does not fit gives ERROR_MORE_DATA with the needed size in `*size`.
   virtual int32_t RegQueryValueExA(HKEY key, std::string_view value_name, uint32_t* reserved,
@@ -78,16 +77,14 @@ class FileRegistry : public Registry {
                           const void* security, HKEY* result, uint32_t* disposition) override;
   int32_t RegQueryValueExA(HKEY key, std::string_view value_name, uint32_t* reserved,
                            uint32_t* type, uint8_t* data, uint32_t* size) override;
-  int32_t RegEnumKeyExA(HKEY key, uint32_t index, std::string* name,
-                        uint32_t name_size) override;
+  int32_t RegEnumKeyExA(HKEY key, uint32_t index, std::string* name, uint32_t name_size) override;
   int32_t RegCloseKey(HKEY key) override;
   std::filesystem::path Folder() const override { return folder_; }
 
   void SetFolder(std::filesystem::path folder) { folder_ = std::move(folder); }
   // Sets a value directly (tests, and merging files).
   // Key paths here start with the storage root ("HKEY_LOCAL_MACHINE\\Software\\Classes\\…").
-  void SetValue(std::string_view key_path, std::string_view name, uint32_t type,
-                std::string bytes);
+  void SetValue(std::string_view key_path, std::string_view name, uint32_t type, std::string bytes);
   void CreateKey(std::string_view key_path);
   void RemoveKey(std::string_view key_path);
   void RemoveValue(std::string_view key_path, std::string_view name);

@@ -12,7 +12,9 @@ namespace kx {
 
 using namespace typelib;
 
-bool IsHostLibraryPath(std::string_view path) { return Right(path, 14) == kHostLibraryFile; }
+bool IsHostLibraryPath(std::string_view path) {
+  return Right(path, 14) == kHostLibraryFile;
+}
 
 std::string DisplayName(const std::string& member_name) {
   int64_t length = static_cast<int64_t>(member_name.size());
@@ -79,15 +81,29 @@ std::string ConstantText(const Value& v) {
   int bits = 0;
   uint64_t raw = 0;
   switch (v.vt) {
-    case kVtI2: bits = 16; raw = static_cast<uint64_t>(v.integer); break;
-    case kVtUi2: bits = 16; raw = v.unsigned_integer; break;
-    case kVtI4: case kVtInt: bits = 32; raw = static_cast<uint64_t>(v.integer); break;
-    case kVtUi4: case kVtUint: bits = 32; raw = v.unsigned_integer; break;
-    default: return s;
+    case kVtI2:
+      bits = 16;
+      raw = static_cast<uint64_t>(v.integer);
+      break;
+    case kVtUi2:
+      bits = 16;
+      raw = v.unsigned_integer;
+      break;
+    case kVtI4:
+    case kVtInt:
+      bits = 32;
+      raw = static_cast<uint64_t>(v.integer);
+      break;
+    case kVtUi4:
+    case kVtUint:
+      bits = 32;
+      raw = v.unsigned_integer;
+      break;
+    default:
+      return s;
   }
-  bool small = v.vt == kVtI2 || v.vt == kVtI4 || v.vt == kVtInt
-                   ? v.integer >= 0 && v.integer <= 15
-                   : v.unsigned_integer <= 15;
+  bool small = v.vt == kVtI2 || v.vt == kVtI4 || v.vt == kVtInt ? v.integer >= 0 && v.integer <= 15
+                                                                : v.unsigned_integer <= 15;
   if (small) return s;
   raw &= bits == 16 ? 0xFFFFu : 0xFFFFFFFFu;
   char buf[16];
@@ -117,8 +133,10 @@ std::string PrototypeText(const MemberRef& member, bool host_form) {
   const Function& f = *member.function;
   const Type* result = ResultType(f);
   if (!host_form) {
-    if (f.invoke != InvokeKind::Func) s += "Property ";
-    else s += result ? "Function " : "Sub ";
+    if (f.invoke != InvokeKind::Func)
+      s += "Property ";
+    else
+      s += result ? "Function " : "Sub ";
   }
   s += host_form ? DisplayName(f.name) : f.name;
   std::vector<const Parameter*> shown;
@@ -131,8 +149,10 @@ std::string PrototypeText(const MemberRef& member, bool host_form) {
       if (i) s += ", ";
       bool array = f.param_array && &p == &f.params.back();
       bool optional = array || IsOptional(p);
-      if (array) s += "[ParamArray ";
-      else if (optional) s += "[";
+      if (array)
+        s += "[ParamArray ";
+      else if (optional)
+        s += "[";
       s += p.name + " As " + VbTypeName(*p.type);
       if (p.has_default) s += " = " + VbValueText(p.default_value);
       if (optional) s += "]";

@@ -23,7 +23,7 @@ struct TreeNodeData {
   std::string key;
   std::string text;
   std::string tag;
-  std::string path;    // library nodes: the registered file path
+  std::string path;  // library nodes: the registered file path
 };
 
 // True when the last 14 characters of `path` are "kx750ui_fn.dll".

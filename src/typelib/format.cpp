@@ -19,10 +19,14 @@ std::string_view TypeKindName(TypeKind kind) {
 
 std::string_view InvokeKindName(InvokeKind kind) {
   switch (kind) {
-    case InvokeKind::Func: return "func";
-    case InvokeKind::PropertyGet: return "get";
-    case InvokeKind::PropertyPut: return "put";
-    case InvokeKind::PropertyPutRef: return "putref";
+    case InvokeKind::Func:
+      return "func";
+    case InvokeKind::PropertyGet:
+      return "get";
+    case InvokeKind::PropertyPut:
+      return "put";
+    case InvokeKind::PropertyPutRef:
+      return "putref";
   }
   return "?";
 }
@@ -39,39 +43,72 @@ std::string Guid::ToString() const {
 
 std::string BasicTypeName(uint16_t vt) {
   switch (vt) {
-    case kVtEmpty: return "Empty";
-    case kVtNull: return "Null";
-    case kVtI2: return "Integer";
-    case kVtI4: return "Long";
-    case kVtR4: return "Single";
-    case kVtR8: return "Double";
-    case kVtCy: return "Currency";
-    case kVtDate: return "Date";
-    case kVtBstr: return "String";
-    case kVtDispatch: return "Object";
-    case kVtError: return "SCODE";
-    case kVtBool: return "Boolean";
-    case kVtVariant: return "Variant";
-    case kVtUnknown: return "IUnknown";
-    case kVtDecimal: return "Decimal";
-    case kVtI1: return "SByte";
-    case kVtUi1: return "Byte";
-    case kVtUi2: return "UInteger";
-    case kVtUi4: return "ULong";
-    case kVtI8: return "LongLong";
-    case kVtUi8: return "ULongLong";
-    case kVtInt: return "Int";
-    case kVtUint: return "UInt";
-    case kVtVoid: return "Void";
-    case kVtHresult: return "HRESULT";
-    case kVtLpstr: return "LPSTR";
-    case kVtLpwstr: return "LPWSTR";
-    case 36: return "Record";
-    case 37: return "LongPtr";
-    case 38: return "ULongPtr";
-    case 64: return "FileTime";
-    case 71: return "CLSID";
-    default: return "VT" + std::to_string(vt);
+    case kVtEmpty:
+      return "Empty";
+    case kVtNull:
+      return "Null";
+    case kVtI2:
+      return "Integer";
+    case kVtI4:
+      return "Long";
+    case kVtR4:
+      return "Single";
+    case kVtR8:
+      return "Double";
+    case kVtCy:
+      return "Currency";
+    case kVtDate:
+      return "Date";
+    case kVtBstr:
+      return "String";
+    case kVtDispatch:
+      return "Object";
+    case kVtError:
+      return "SCODE";
+    case kVtBool:
+      return "Boolean";
+    case kVtVariant:
+      return "Variant";
+    case kVtUnknown:
+      return "IUnknown";
+    case kVtDecimal:
+      return "Decimal";
+    case kVtI1:
+      return "SByte";
+    case kVtUi1:
+      return "Byte";
+    case kVtUi2:
+      return "UInteger";
+    case kVtUi4:
+      return "ULong";
+    case kVtI8:
+      return "LongLong";
+    case kVtUi8:
+      return "ULongLong";
+    case kVtInt:
+      return "Int";
+    case kVtUint:
+      return "UInt";
+    case kVtVoid:
+      return "Void";
+    case kVtHresult:
+      return "HRESULT";
+    case kVtLpstr:
+      return "LPSTR";
+    case kVtLpwstr:
+      return "LPWSTR";
+    case 36:
+      return "Record";
+    case 37:
+      return "LongPtr";
+    case 38:
+      return "ULongPtr";
+    case 64:
+      return "FileTime";
+    case 71:
+      return "CLSID";
+    default:
+      return "VT" + std::to_string(vt);
   }
 }
 
@@ -92,10 +129,14 @@ std::string Name(const Type& type, bool pointers) {
     case kVtPtr:
       if (!type.element) return pointers ? "Void*" : "Void";
       return Name(*type.element, pointers) + (pointers ? "*" : "");
-    case kVtSafeArray: return (type.element ? Name(*type.element, pointers) : "Void") + "()";
-    case kVtCArray: return (type.element ? Name(*type.element, pointers) : "Void") + Bounds(type);
-    case kVtUserDefined: return type.user_name;
-    default: return BasicTypeName(type.vt);
+    case kVtSafeArray:
+      return (type.element ? Name(*type.element, pointers) : "Void") + "()";
+    case kVtCArray:
+      return (type.element ? Name(*type.element, pointers) : "Void") + Bounds(type);
+    case kVtUserDefined:
+      return type.user_name;
+    default:
+      return BasicTypeName(type.vt);
   }
 }
 
@@ -129,53 +170,99 @@ std::string Currency(int64_t scaled) {
 std::string Plain(const Value& v) {
   if (!v.supported) return "?";
   switch (v.vt) {
-    case kVtEmpty: return "Empty";
-    case kVtNull: return "Null";
-    case kVtVoid: return "";
-    case kVtBstr: return v.null_text ? "null" : Quote(v.text);
-    case kVtR4: return Real(static_cast<float>(v.real));
-    case kVtR8: case kVtDate: return Real(v.real);
-    case kVtCy: return Currency(v.integer);
-    case kVtUi1: case kVtUi2: case kVtUi4: case kVtUint: case kVtUi8: case kVtDecimal: case 64:
+    case kVtEmpty:
+      return "Empty";
+    case kVtNull:
+      return "Null";
+    case kVtVoid:
+      return "";
+    case kVtBstr:
+      return v.null_text ? "null" : Quote(v.text);
+    case kVtR4:
+      return Real(static_cast<float>(v.real));
+    case kVtR8:
+    case kVtDate:
+      return Real(v.real);
+    case kVtCy:
+      return Currency(v.integer);
+    case kVtUi1:
+    case kVtUi2:
+    case kVtUi4:
+    case kVtUint:
+    case kVtUi8:
+    case kVtDecimal:
+    case 64:
       return std::to_string(v.unsigned_integer);
-    default: return std::to_string(v.integer);
+    default:
+      return std::to_string(v.integer);
   }
 }
 
 }  // namespace
 
-std::string TypeText(const Type& type) { return Name(type, true); }
-std::string VbTypeName(const Type& type) { return Name(type, false); }
+std::string TypeText(const Type& type) {
+  return Name(type, true);
+}
+std::string VbTypeName(const Type& type) {
+  return Name(type, false);
+}
 
 std::string VtName(uint16_t vt) {
   switch (vt) {
-    case kVtEmpty: return "EMPTY";
-    case kVtNull: return "NULL";
-    case kVtI2: return "I2";
-    case kVtI4: return "I4";
-    case kVtR4: return "R4";
-    case kVtR8: return "R8";
-    case kVtCy: return "CY";
-    case kVtDate: return "DATE";
-    case kVtBstr: return "BSTR";
-    case kVtDispatch: return "DISPATCH";
-    case kVtError: return "ERROR";
-    case kVtBool: return "BOOL";
-    case kVtVariant: return "VARIANT";
-    case kVtUnknown: return "UNKNOWN";
-    case kVtDecimal: return "DECIMAL";
-    case kVtI1: return "I1";
-    case kVtUi1: return "UI1";
-    case kVtUi2: return "UI2";
-    case kVtUi4: return "UI4";
-    case kVtI8: return "I8";
-    case kVtUi8: return "UI8";
-    case kVtInt: return "INT";
-    case kVtUint: return "UINT";
-    case kVtVoid: return "VOID";
-    case kVtHresult: return "HRESULT";
-    case 64: return "FILETIME";
-    default: return "VT" + std::to_string(vt);
+    case kVtEmpty:
+      return "EMPTY";
+    case kVtNull:
+      return "NULL";
+    case kVtI2:
+      return "I2";
+    case kVtI4:
+      return "I4";
+    case kVtR4:
+      return "R4";
+    case kVtR8:
+      return "R8";
+    case kVtCy:
+      return "CY";
+    case kVtDate:
+      return "DATE";
+    case kVtBstr:
+      return "BSTR";
+    case kVtDispatch:
+      return "DISPATCH";
+    case kVtError:
+      return "ERROR";
+    case kVtBool:
+      return "BOOL";
+    case kVtVariant:
+      return "VARIANT";
+    case kVtUnknown:
+      return "UNKNOWN";
+    case kVtDecimal:
+      return "DECIMAL";
+    case kVtI1:
+      return "I1";
+    case kVtUi1:
+      return "UI1";
+    case kVtUi2:
+      return "UI2";
+    case kVtUi4:
+      return "UI4";
+    case kVtI8:
+      return "I8";
+    case kVtUi8:
+      return "UI8";
+    case kVtInt:
+      return "INT";
+    case kVtUint:
+      return "UINT";
+    case kVtVoid:
+      return "VOID";
+    case kVtHresult:
+      return "HRESULT";
+    case 64:
+      return "FILETIME";
+    default:
+      return "VT" + std::to_string(vt);
   }
 }
 
@@ -229,20 +316,29 @@ std::string ParamFlags(const Parameter& p, bool param_array) {
 
 std::string SysKindName(uint8_t syskind) {
   switch (syskind) {
-    case 0: return "win16";
-    case 1: return "win32";
-    case 2: return "mac";
-    case 3: return "win64";
-    default: return std::to_string(syskind);
+    case 0:
+      return "win16";
+    case 1:
+      return "win32";
+    case 2:
+      return "mac";
+    case 3:
+      return "win64";
+    default:
+      return std::to_string(syskind);
   }
 }
 
 std::string VarKindName(VarKind kind) {
   switch (kind) {
-    case VarKind::Instance: return "instance";
-    case VarKind::Static: return "static";
-    case VarKind::Const: return "const";
-    case VarKind::Dispatch: return "dispatch";
+    case VarKind::Instance:
+      return "instance";
+    case VarKind::Static:
+      return "static";
+    case VarKind::Const:
+      return "const";
+    case VarKind::Dispatch:
+      return "dispatch";
   }
   return "?";
 }
@@ -265,8 +361,8 @@ std::string DumpText(const Library& lib) {
   DocLines(out, "  ", lib.doc, lib.help_context);
   for (size_t i = 0; i < lib.types.size(); ++i) {
     const TypeInfo& t = lib.types[i];
-    out += "type " + std::to_string(i) + " " + std::string(TypeKindName(t.kind)) + " " + t.name +
-           "\n";
+    out +=
+        "type " + std::to_string(i) + " " + std::string(TypeKindName(t.kind)) + " " + t.name + "\n";
     out += "  guid " + t.guid.ToString() + "\n";
     out += "  version " + std::to_string(t.major) + "." + std::to_string(t.minor) + "\n";
     if (t.flags) out += "  flags " + Hex(t.flags) + "\n";
@@ -287,8 +383,7 @@ std::string DumpText(const Library& lib) {
       for (size_t j = 0; j < f.params.size(); ++j) {
         const Parameter& p = f.params[j];
         out += "    param " + (p.name.empty() ? std::string("(unnamed)") : p.name) + " As " +
-               TypeText(*p.type) + ParamFlags(p, f.param_array && j + 1 == f.params.size()) +
-               "\n";
+               TypeText(*p.type) + ParamFlags(p, f.param_array && j + 1 == f.params.size()) + "\n";
       }
     }
     for (const Variable& v : t.variables) {

@@ -59,10 +59,16 @@ struct ImportCache {
 ImportResolver MakeFileImportResolver(const std::string& library_path) {
   auto cache = std::make_shared<ImportCache>();
   cache->folders = SearchFolders(library_path);
-  return [cache](const std::string& file, const Guid& guid) -> std::string {
-    if (const auto* types = cache->Load(file))
-      for (const auto& [g, name] : *types)
-        if (g == guid) return name;
+  return [cache](const ImportRef& ref) -> std::string {
+    const auto* types = cache->Load(ref.file);
+    if (!types) return {};
+    if (!ref.by_guid) {
+      if (ref.index >= 0 && static_cast<size_t>(ref.index) < types->size())
+        return (*types)[static_cast<size_t>(ref.index)].second;
+      return {};
+    }
+    for (const auto& [g, name] : *types)
+      if (g == ref.guid) return name;
     return {};
   };
 }

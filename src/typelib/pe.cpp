@@ -67,10 +67,10 @@ class PeImage {
   // Entries of the resource directory at `dir` (relative to the resource root).
   struct Entry {
     bool named;
-    uint32_t id;           // numbered entries
-    std::u16string name;   // named entries
+    uint32_t id;          // numbered entries
+    std::u16string name;  // named entries
     bool subdirectory;
-    uint32_t target;       // relative to the resource root
+    uint32_t target;  // relative to the resource root
   };
   std::vector<Entry> Directory(uint32_t dir) const {
     int64_t at = Root(dir, 16);
@@ -84,8 +84,8 @@ class PeImage {
       int64_t e = at + 16 + int64_t{i} * 8;
       uint32_t name = bytes_.U32(e, "resource entry");
       uint32_t target = bytes_.U32(e + 4, "resource entry");
-      Entry entry{(name & 0x80000000u) != 0, name, {}, (target & 0x80000000u) != 0,
-                  target & 0x7FFFFFFFu};
+      Entry entry{
+          (name & 0x80000000u) != 0, name, {}, (target & 0x80000000u) != 0, target & 0x7FFFFFFFu};
       if (entry.named) {
         uint32_t off = name & 0x7FFFFFFFu;
         int64_t s = Root(off, 2);
@@ -147,7 +147,9 @@ std::vector<PeImage::Entry> TypeLibEntries(const PeImage& pe) {
 
 }  // namespace
 
-bool LooksLikePe(std::string_view bytes) { return bytes.size() >= 2 && bytes.substr(0, 2) == "MZ"; }
+bool LooksLikePe(std::string_view bytes) {
+  return bytes.size() >= 2 && bytes.substr(0, 2) == "MZ";
+}
 
 std::vector<int> ListTypeLibResources(std::string_view image, std::string_view where) {
   PeImage pe(image, where);

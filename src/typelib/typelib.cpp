@@ -23,14 +23,35 @@ namespace {
 
 constexpr int kSegmentCount = 15;
 enum Segment {
-  kSegTypeInfo, kSegImpInfo, kSegImpFiles, kSegRefTab, kSegGuidHash, kSegGuid, kSegNameHash,
-  kSegName, kSegString, kSegTypeDesc, kSegArrayDesc, kSegCustData, kSegCdGuids,
+  kSegTypeInfo,
+  kSegImpInfo,
+  kSegImpFiles,
+  kSegRefTab,
+  kSegGuidHash,
+  kSegGuid,
+  kSegNameHash,
+  kSegName,
+  kSegString,
+  kSegTypeDesc,
+  kSegArrayDesc,
+  kSegCustData,
+  kSegCdGuids,
 };
-constexpr const char* kSegmentNames[kSegmentCount] = {
-    "type info table", "import table",     "import file table", "reference table",
-    "GUID hash table", "GUID table",       "name hash table",   "name table",
-    "string table",    "type description table", "array description table",
-    "custom data table", "custom data GUID table", "reserved segment", "reserved segment"};
+constexpr const char* kSegmentNames[kSegmentCount] = {"type info table",
+                                                      "import table",
+                                                      "import file table",
+                                                      "reference table",
+                                                      "GUID hash table",
+                                                      "GUID table",
+                                                      "name hash table",
+                                                      "name table",
+                                                      "string table",
+                                                      "type description table",
+                                                      "array description table",
+                                                      "custom data table",
+                                                      "custom data GUID table",
+                                                      "reserved segment",
+                                                      "reserved segment"};
 
 constexpr int kTypeInfoSize = 100;
 constexpr int kMaxTypeNesting = 64;
@@ -71,7 +92,8 @@ class MsftReader {
       SegmentEntry s{b_.I32(at, "segment directory"), b_.I32(at + 4, "segment directory")};
       if (s.offset != -1 && s.length != 0) {
         if (s.length < 0 || !b_.Has(s.offset, s.length))
-          b_.Fail(std::string(kSegmentNames[i]) + " lies outside the file", static_cast<uint64_t>(at));
+          b_.Fail(std::string(kSegmentNames[i]) + " lies outside the file",
+                  static_cast<uint64_t>(at));
       } else {
         s = {-1, 0};
       }
@@ -102,8 +124,8 @@ class MsftReader {
     const SegmentEntry& seg = segments_[s];
     if (seg.offset < 0 || offset < 0 || length < 0 || offset > seg.length ||
         length > seg.length - offset)
-      b_.Fail(std::string(what) + " at " + Hex(static_cast<uint64_t>(offset)) + " lies outside the " +
-              kSegmentNames[s]);
+      b_.Fail(std::string(what) + " at " + Hex(static_cast<uint64_t>(offset)) +
+              " lies outside the " + kSegmentNames[s]);
     return seg.offset + offset;
   }
 
@@ -165,9 +187,11 @@ class MsftReader {
       int32_t element = b_.I32(a, "array description");
       uint16_t dims = b_.U16(a + 4, "array description");
       int64_t d = At(kSegArrayDesc, int64_t{target} + 8, int64_t{dims} * 8, "array bounds");
-      t->element = element < 0 ? Basic(static_cast<uint32_t>(element)) : ResolveType(element, depth + 1);
+      t->element =
+          element < 0 ? Basic(static_cast<uint32_t>(element)) : ResolveType(element, depth + 1);
       for (uint16_t i = 0; i < dims; ++i)
-        t->bounds.push_back({b_.U32(d + i * 8, "array bounds"), b_.I32(d + i * 8 + 4, "array bounds")});
+        t->bounds.push_back(
+            {b_.U32(d + i * 8, "array bounds"), b_.I32(d + i * 8 + 4, "array bounds")});
     } else if (vt == kVtUserDefined) {
       ResolveReference(target, *t);
     }
@@ -185,7 +209,8 @@ class MsftReader {
   void ResolveReference(int32_t href, Type& t) {
     if ((href & 3) == 0) {
       int32_t index = href / kTypeInfoSize;
-      if (href < 0 || href % kTypeInfoSize != 0 || index >= static_cast<int32_t>(type_names_.size()))
+      if (href < 0 || href % kTypeInfoSize != 0 ||
+          index >= static_cast<int32_t>(type_names_.size()))
         b_.Fail("reference " + Hex(static_cast<uint32_t>(href)) + " names no type of this library");
       t.user_index = index;
       t.user_name = type_names_[static_cast<size_t>(index)];
@@ -200,7 +225,7 @@ class MsftReader {
     Guid guid;
     bool by_guid = (flags & 0x10000) != 0;
     if (by_guid) guid = ReadGuid(guid_or_index);
-    if (resolver_ && by_guid) t.user_name = resolver_(file, guid);
+    if (resolver_) t.user_name = resolver_(ImportRef{file, by_guid, guid, guid_or_index});
     if (t.user_name.empty())
       t.user_name = by_guid ? guid.ToString() : file + "#" + std::to_string(guid_or_index);
   }
@@ -228,12 +253,30 @@ class MsftReader {
     int64_t at = At(kSegCustData, code, 2, "value");
     v.vt = b_.U16(at, "value");
     switch (v.vt) {
-      case kVtEmpty: case kVtNull: case kVtI2: case kVtI4: case kVtR4: case kVtError:
-      case kVtBool: case kVtI1: case kVtUi1: case kVtUi2: case kVtUi4: case kVtInt:
-      case kVtUint: case kVtVoid: case kVtHresult:
+      case kVtEmpty:
+      case kVtNull:
+      case kVtI2:
+      case kVtI4:
+      case kVtR4:
+      case kVtError:
+      case kVtBool:
+      case kVtI1:
+      case kVtUi1:
+      case kVtUi2:
+      case kVtUi4:
+      case kVtInt:
+      case kVtUint:
+      case kVtVoid:
+      case kVtHresult:
         SetFromBits(v, b_.U32(At(kSegCustData, int64_t{code} + 2, 4, "value"), "value"), 0);
         break;
-      case kVtR8: case kVtCy: case kVtDate: case kVtI8: case kVtUi8: case kVtDecimal: case 64: {
+      case kVtR8:
+      case kVtCy:
+      case kVtDate:
+      case kVtI8:
+      case kVtUi8:
+      case kVtDecimal:
+      case 64: {
         int64_t p = At(kSegCustData, int64_t{code} + 2, 8, "value");
         SetFromBits(v, b_.U32(p, "value"), b_.U32(p + 4, "value"));
         break;
@@ -259,29 +302,64 @@ class MsftReader {
   static void SetFromBits(Value& v, uint32_t low, uint32_t high) {
     uint64_t all = low | (uint64_t{high} << 32);
     switch (v.vt) {
-      case kVtI1: v.integer = static_cast<int8_t>(low); break;
-      case kVtUi1: v.unsigned_integer = low & 0xFF; break;
-      case kVtI2: case kVtBool: v.integer = static_cast<int16_t>(low); break;
-      case kVtUi2: v.unsigned_integer = low & 0xFFFF; break;
-      case kVtI4: case kVtInt: case kVtError: case kVtHresult:
+      case kVtI1:
+        v.integer = static_cast<int8_t>(low);
+        break;
+      case kVtUi1:
+        v.unsigned_integer = low & 0xFF;
+        break;
+      case kVtI2:
+      case kVtBool:
+        v.integer = static_cast<int16_t>(low);
+        break;
+      case kVtUi2:
+        v.unsigned_integer = low & 0xFFFF;
+        break;
+      case kVtI4:
+      case kVtInt:
+      case kVtError:
+      case kVtHresult:
         v.integer = static_cast<int32_t>(low);
         break;
-      case kVtUi4: case kVtUint: v.unsigned_integer = low; break;
-      case kVtR4: v.real = std::bit_cast<float>(low); break;
-      case kVtR8: case kVtDate: v.real = std::bit_cast<double>(all); break;
-      case kVtCy: case kVtI8: v.integer = static_cast<int64_t>(all); break;
-      case kVtUi8: case kVtDecimal: case 64: v.unsigned_integer = all; break;
-      case kVtEmpty: case kVtNull: case kVtVoid: break;
-      default: v.supported = false; break;
+      case kVtUi4:
+      case kVtUint:
+        v.unsigned_integer = low;
+        break;
+      case kVtR4:
+        v.real = std::bit_cast<float>(low);
+        break;
+      case kVtR8:
+      case kVtDate:
+        v.real = std::bit_cast<double>(all);
+        break;
+      case kVtCy:
+      case kVtI8:
+        v.integer = static_cast<int64_t>(all);
+        break;
+      case kVtUi8:
+      case kVtDecimal:
+      case 64:
+        v.unsigned_integer = all;
+        break;
+      case kVtEmpty:
+      case kVtNull:
+      case kVtVoid:
+        break;
+      default:
+        v.supported = false;
+        break;
     }
   }
 
   void ReadTypeInfo(int32_t index, TypeInfo& ti) {
     int64_t base = TypeInfoBase(index);
     uint32_t kind = b_.U32(base, "type info") & 0x0F;
-    if (kind > 7) b_.Fail("type " + std::to_string(index) + " has unknown kind " + std::to_string(kind));
+    if (kind > 7)
+      b_.Fail("type " + std::to_string(index) + " has unknown kind " + std::to_string(kind));
     ti.kind = static_cast<TypeKind>(kind);
     ti.name = type_names_[static_cast<size_t>(index)];
+    if (int32_t name_offset = b_.I32(base + 0x34, "type info"); name_offset >= 0)
+      ti.owns_name = b_.I32(At(kSegName, name_offset, 4, "name"), "name") == index * kTypeInfoSize;
     int32_t members = b_.I32(base + 0x04, "type info");
     uint32_t counts = b_.U32(base + 0x18, "type info");
     ti.guid = ReadGuid(b_.I32(base + 0x2C, "type info"));
@@ -321,7 +399,8 @@ class MsftReader {
     int64_t records = block + 4;
     uint32_t n = functions + variables;
     if (info_length < 0 || !b_.Has(records, info_length))
-      b_.Fail("member records of " + ti.name + " lie outside the file", static_cast<uint64_t>(block));
+      b_.Fail("member records of " + ti.name + " lie outside the file",
+              static_cast<uint64_t>(block));
     int64_t records_end = records + info_length;
     // Member ids, name offsets and record offsets follow the records.
     b_.Need(records_end, int64_t{n} * 12, "member tables");
@@ -333,7 +412,9 @@ class MsftReader {
     int64_t rec = records;
     for (uint32_t i = 0; i < functions; ++i) {
       Function& f = ti.functions[i];
-      if (rec + 24 > records_end) b_.Fail("function records of " + ti.name + " overrun their block", static_cast<uint64_t>(rec));
+      if (rec + 24 > records_end)
+        b_.Fail("function records of " + ti.name + " overrun their block",
+                static_cast<uint64_t>(rec));
       int32_t length = b_.I32(rec, "function record") & 0xFFFF;
       int32_t return_code = b_.I32(rec + 4, "function record");
       f.flags = static_cast<uint16_t>(b_.U32(rec + 8, "function record"));
@@ -397,7 +478,8 @@ class MsftReader {
     for (uint32_t i = 0; i < variables; ++i) {
       Variable& v = ti.variables[i];
       if (rec < records || rec + 20 > records_end)
-        b_.Fail("variable records of " + ti.name + " overrun their block", static_cast<uint64_t>(rec < 0 ? 0 : rec));
+        b_.Fail("variable records of " + ti.name + " overrun their block",
+                static_cast<uint64_t>(rec < 0 ? 0 : rec));
       int32_t length = b_.I32(rec, "variable record") & 0xFF;
       if (length < 20 || rec + length > records_end)
         b_.Fail("variable record " + std::to_string(i) + " of " + ti.name + " is malformed",
@@ -406,7 +488,8 @@ class MsftReader {
       v.flags = static_cast<uint16_t>(b_.U32(rec + 8, "variable record"));
       int16_t kind = b_.I16(rec + 12, "variable record");
       if (kind < 0 || kind > 3)
-        b_.Fail("variable " + std::to_string(i) + " of " + ti.name + " has kind " + std::to_string(kind),
+        b_.Fail("variable " + std::to_string(i) + " of " + ti.name + " has kind " +
+                    std::to_string(kind),
                 static_cast<uint64_t>(rec));
       v.kind = static_cast<VarKind>(kind);
       int32_t value = b_.I32(rec + 16, "variable record");
@@ -442,8 +525,9 @@ Library ReadLibrary(std::string_view bytes, std::string_view where, int resource
   }
   if (data.size() >= 4 && data.substr(0, 4) == "SLTG")
     throw Error(kErrInvalidFileFormat,
-                place + ": this type library is in the SLTG format, which is not supported "
-                        "(only MSFT type libraries can be read)");
+                place +
+                    ": this type library is in the SLTG format, which is not supported "
+                    "(only MSFT type libraries can be read)");
   if (data.size() < 4 || data.substr(0, 4) != "MSFT")
     throw Error(kErrInvalidFileFormat,
                 place + ": not a type library (neither an MSFT file nor a PE file)");

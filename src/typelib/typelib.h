@@ -6,8 +6,8 @@
 #include <array>
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,11 +19,36 @@ constexpr int32_t kErrInvalidFileFormat = 321;
 
 // Variant type codes as the files store them.
 enum Vt : uint16_t {
-  kVtEmpty = 0, kVtNull = 1, kVtI2 = 2, kVtI4 = 3, kVtR4 = 4, kVtR8 = 5, kVtCy = 6,
-  kVtDate = 7, kVtBstr = 8, kVtDispatch = 9, kVtError = 10, kVtBool = 11, kVtVariant = 12,
-  kVtUnknown = 13, kVtDecimal = 14, kVtI1 = 16, kVtUi1 = 17, kVtUi2 = 18, kVtUi4 = 19,
-  kVtI8 = 20, kVtUi8 = 21, kVtInt = 22, kVtUint = 23, kVtVoid = 24, kVtHresult = 25,
-  kVtPtr = 26, kVtSafeArray = 27, kVtCArray = 28, kVtUserDefined = 29, kVtLpstr = 30,
+  kVtEmpty = 0,
+  kVtNull = 1,
+  kVtI2 = 2,
+  kVtI4 = 3,
+  kVtR4 = 4,
+  kVtR8 = 5,
+  kVtCy = 6,
+  kVtDate = 7,
+  kVtBstr = 8,
+  kVtDispatch = 9,
+  kVtError = 10,
+  kVtBool = 11,
+  kVtVariant = 12,
+  kVtUnknown = 13,
+  kVtDecimal = 14,
+  kVtI1 = 16,
+  kVtUi1 = 17,
+  kVtUi2 = 18,
+  kVtUi4 = 19,
+  kVtI8 = 20,
+  kVtUi8 = 21,
+  kVtInt = 22,
+  kVtUint = 23,
+  kVtVoid = 24,
+  kVtHresult = 25,
+  kVtPtr = 26,
+  kVtSafeArray = 27,
+  kVtCArray = 28,
+  kVtUserDefined = 29,
+  kVtLpstr = 30,
   kVtLpwstr = 31,
 };
 
@@ -43,28 +68,32 @@ struct ArrayBound {
 
 // A resolved type description. Shared: one description serves every member that uses it.
 struct Type {
-  uint16_t vt = kVtEmpty;                   // base code, or 26-29 for the composite kinds
-  std::shared_ptr<const Type> element;      // kVtPtr, kVtSafeArray, kVtCArray
-  std::vector<ArrayBound> bounds;           // kVtCArray
-  std::string user_name;                    // kVtUserDefined: the referenced type's name
-  int32_t user_index = -1;                  // kVtUserDefined in this file: its type index
-  bool imported = false;                    // kVtUserDefined from another library
+  uint16_t vt = kVtEmpty;               // base code, or 26-29 for the composite kinds
+  std::shared_ptr<const Type> element;  // kVtPtr, kVtSafeArray, kVtCArray
+  std::vector<ArrayBound> bounds;       // kVtCArray
+  std::string user_name;                // kVtUserDefined: the referenced type's name
+  int32_t user_index = -1;              // kVtUserDefined in this file: its type index
+  bool imported = false;                // kVtUserDefined from another library
 };
 using TypePtr = std::shared_ptr<const Type>;
 
 // A constant or default value, keeping its stored variant type (so 16- and 32-bit stay apart).
 struct Value {
   uint16_t vt = kVtEmpty;
-  int64_t integer = 0;    // signed integer kinds, Boolean, Error, Currency (scaled by 10000)
+  int64_t integer = 0;  // signed integer kinds, Boolean, Error, Currency (scaled by 10000)
   uint64_t unsigned_integer = 0;  // unsigned kinds
-  double real = 0;        // R4, R8, Date
-  std::string text;       // BSTR
-  bool null_text = false; // a BSTR stored as null
-  bool supported = true;  // false for kinds the file format cannot carry as a value
+  double real = 0;                // R4, R8, Date
+  std::string text;               // BSTR
+  bool null_text = false;         // a BSTR stored as null
+  bool supported = true;          // false for kinds the file format cannot carry as a value
 };
 
 enum ParamFlag : uint32_t {
-  kParamIn = 0x1, kParamOut = 0x2, kParamLcid = 0x4, kParamRetval = 0x8, kParamOptional = 0x10,
+  kParamIn = 0x1,
+  kParamOut = 0x2,
+  kParamLcid = 0x4,
+  kParamRetval = 0x8,
+  kParamOptional = 0x10,
   kParamHasDefault = 0x20,
 };
 
@@ -83,12 +112,12 @@ struct Function {
   std::string name;
   int32_t member_id = 0;
   InvokeKind invoke = InvokeKind::Func;
-  uint8_t func_kind = 0;       // virtual, pure virtual, non-virtual, static, dispatch
+  uint8_t func_kind = 0;  // virtual, pure virtual, non-virtual, static, dispatch
   uint8_t call_conv = 0;
   uint16_t flags = 0;
   TypePtr return_type;
   std::vector<Parameter> params;
-  bool param_array = false;    // the last parameter takes the rest of the arguments
+  bool param_array = false;  // the last parameter takes the rest of the arguments
   int16_t optional_count = 0;
   std::string doc;
   int32_t help_context = 0;
@@ -114,14 +143,15 @@ struct ImplementedType {
 
 struct TypeInfo {
   std::string name;
+  bool owns_name = true;  // false when the file's name entry is recorded for another type
   TypeKind kind = TypeKind::Enum;
   Guid guid;
   uint16_t flags = 0;
   uint16_t major = 0, minor = 0;
   std::string doc;
   int32_t help_context = 0;
-  std::string dll_name;                   // modules
-  TypePtr alias_of;                       // aliases
+  std::string dll_name;                     // modules
+  TypePtr alias_of;                         // aliases
   std::vector<ImplementedType> implements;  // base interface, or a coclass's interfaces
   std::vector<Function> functions;
   std::vector<Variable> variables;
@@ -143,9 +173,16 @@ struct Library {
   std::vector<std::string> imported_files;
 };
 
-// Finds the name of a type that another library defines: given the import file name as the
-// library stores it and the type's GUID, returns its name or an empty string.
-using ImportResolver = std::function<std::string(const std::string& file, const Guid& guid)>;
+// A type that another library defines: the import file name as the library stores it, and
+// the type's GUID, or (when the library stores no GUID) its index in that library.
+struct ImportRef {
+  std::string file;
+  bool by_guid = true;
+  Guid guid;
+  int32_t index = -1;
+};
+// Finds the name of an imported type; an empty string when it cannot.
+using ImportResolver = std::function<std::string(const ImportRef& ref)>;
 
 // Parses type-library bytes: MSFT data, or a PE file whose TYPELIB resource `resource_id`
 // holds it. `where` names the input in error messages.

@@ -81,24 +81,62 @@ Value ConvertValue(const VARIANT& v) {
   Value r;
   r.vt = V_VT(&v);
   switch (r.vt) {
-    case VT_I1: r.integer = V_I1(&v); break;
-    case VT_UI1: r.unsigned_integer = V_UI1(&v); break;
-    case VT_I2: r.integer = V_I2(&v); break;
-    case VT_BOOL: r.integer = V_BOOL(&v); break;
-    case VT_UI2: r.unsigned_integer = V_UI2(&v); break;
-    case VT_I4: case VT_INT: case VT_ERROR: case VT_HRESULT: r.integer = V_I4(&v); break;
-    case VT_UI4: case VT_UINT: r.unsigned_integer = V_UI4(&v); break;
-    case VT_R4: r.real = V_R4(&v); break;
-    case VT_R8: case VT_DATE: r.real = V_R8(&v); break;
-    case VT_CY: case VT_I8: r.integer = V_I8(&v); break;
-    case VT_UI8: case VT_FILETIME: r.unsigned_integer = V_UI8(&v); break;
-    case VT_DECIMAL: r.unsigned_integer = v.decVal.Lo64; break;
-    case VT_BSTR:
-      if (V_BSTR(&v)) r.text = Narrow(V_BSTR(&v), static_cast<int>(SysStringLen(V_BSTR(&v))));
-      else r.null_text = true;
+    case VT_I1:
+      r.integer = V_I1(&v);
       break;
-    case VT_EMPTY: case VT_NULL: case VT_VOID: break;
-    default: r.supported = false; break;
+    case VT_UI1:
+      r.unsigned_integer = V_UI1(&v);
+      break;
+    case VT_I2:
+      r.integer = V_I2(&v);
+      break;
+    case VT_BOOL:
+      r.integer = V_BOOL(&v);
+      break;
+    case VT_UI2:
+      r.unsigned_integer = V_UI2(&v);
+      break;
+    case VT_I4:
+    case VT_INT:
+    case VT_ERROR:
+    case VT_HRESULT:
+      r.integer = V_I4(&v);
+      break;
+    case VT_UI4:
+    case VT_UINT:
+      r.unsigned_integer = V_UI4(&v);
+      break;
+    case VT_R4:
+      r.real = V_R4(&v);
+      break;
+    case VT_R8:
+    case VT_DATE:
+      r.real = V_R8(&v);
+      break;
+    case VT_CY:
+    case VT_I8:
+      r.integer = V_I8(&v);
+      break;
+    case VT_UI8:
+    case VT_FILETIME:
+      r.unsigned_integer = V_UI8(&v);
+      break;
+    case VT_DECIMAL:
+      r.unsigned_integer = v.decVal.Lo64;
+      break;
+    case VT_BSTR:
+      if (V_BSTR(&v))
+        r.text = Narrow(V_BSTR(&v), static_cast<int>(SysStringLen(V_BSTR(&v))));
+      else
+        r.null_text = true;
+      break;
+    case VT_EMPTY:
+    case VT_NULL:
+    case VT_VOID:
+      break;
+    default:
+      r.supported = false;
+      break;
   }
   return r;
 }
@@ -170,7 +208,13 @@ HRESULT Load(const wchar_t* spec, Library& lib) {
     for (UINT k = 0; k < ma->cFuncs; ++k) {
       FUNCDESC* fd = nullptr;
       ITypeInfo* ti = members;
-      if (FAILED(ti->GetFuncDesc(k, &fd))) continue;
+      if (FAILED(ti->GetFuncDesc(k, &fd))) {
+        Function failed;
+        failed.name = "(GetFuncDesc failed)";
+        failed.return_type = std::make_shared<Type>();
+        t.functions.push_back(std::move(failed));
+        continue;
+      }
       Function f;
       f.member_id = fd->memid;
       f.invoke = static_cast<InvokeKind>(fd->invkind);
@@ -252,7 +296,8 @@ int wmain(int argc, wchar_t** argv) {
       if (FAILED(Load(argv[3], lib))) return 1;
       for (const auto& t : lib.types) lines += t.functions.size() + t.variables.size();
     }
-    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     std::printf("%.6f %zu\n", seconds / runs, lines / static_cast<size_t>(runs));
     return 0;
   }
