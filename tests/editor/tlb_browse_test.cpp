@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "editor/tlb_browse.h"
+#include "runtime/files.h"
+#include "runtime/text.h"
+#include "ui/message_box.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+using typelib::Library;
+
+const std::string kHost = std::string(KX_SOURCE_DIR) + "/data/kx750ui_fn.dll";
+const std::string kParams = std::string(KX_SOURCE_DIR) + "/tests/editor/data/params.tlb";
+
+FunctionInfo Lookup(const std::string& name, const std::string& path,
+                    ui::RecordingMessageBox* box = nullptr) {
+  ui::RecordingMessageBox local;
+  ui::ScopedMessageBox guard(box ? *box : local);
+  FunctionInfo info;
+  info.Name = name;
+  GetKXFunctionInfoTL(info, path);
+  return info;
+}
+
+TEST(HostLibrary, NamesConvertBetweenDisplayAndMemberForms) {
+  EXPECT_EQ(DisplayName("Left_Dollar"), "Left$");
+  EXPECT_EQ(DisplayName("GetObjectKX"), "GetObject");
+  EXPECT_EQ(DisplayName("InStr"), "InStr");
+  EXPECT_EQ(MemberName("Trim$"), "Trim_Dollar");
+  EXPECT_EQ(MemberName("GetObject"), "GetObjectKX");
+  EXPECT_EQ(MemberName("Len"), "Len");
+  EXPECT_TRUE(IsHostLibraryPath("c:\\program files\\kx\\kx750ui_fn.dll"));
+  EXPECT_FALSE(IsHostLibraryPath("c:\\kx\\KX750UI_FN.DLL"));
+  EXPECT_FALSE(IsHostLibraryPath("kx750ui_fn.dll\\2"));
+}
+
+TEST(HostLibrary, CategoriesAndTokensComeFromTheLibraryInItsOrder) {
+  Library lib = typelib::OpenLibrary(kHost);
+  std::vector<std::string> nodes;
+  for (const TreeNodeData& n : FunctionCategoryNodes(lib)) {
+    EXPECT_EQ(n.parent, "FNC");
+    nodes.push_back(n.key + "=" + n.text);
+  }
+  EXPECT_EQ(nodes, (std::vector<std::string>{"DateTime=Date/Time", "Math=Math", "Text=Text",
+                                             "TypeConversion=Conversion", "Parse=Parse"}));
+  EXPECT_EQ(CategoryNodeText("parse"), "");  // names compare exactly
+
+  EXPECT_EQ(BuildFunctionTokens(lib, "Text"),
+            (std::vector<std::string>{"Left$", "Right$", "Mid$", "Trim$", "LTrim$", "RTrim$",
+                                      "UCase$", "LCase$", "Len", "InStr", "Replace$", "Space$",
+                                      "StrComp", "Chr$", "Asc", "Format$"}));
+  std::vector<std::string> all = BuildFunctionTokens(lib, "All");
+  EXPECT_EQ(all.size(), 53u);
+  EXPECT_EQ(all.back(), "GetObject");
+  EXPECT_EQ(BuildFunctionTokens(lib, "FileFunctions").front(), "FileExists");
+  EXPECT_TRUE(BuildFunctionTokens(lib, "FNC").empty());
+}
+
+TEST(HostLibrary, FunctionInformationHasTheHostForm) {
+  FunctionInfo left = Lookup("Left$", kHost);
+  EXPECT_EQ(left.Name, "Left_Dollar");
+  EXPECT_EQ(left.Description,
+            "Left$(String As String, Length As Long) As String\r\n\r\n    Returns a given number "
+            "of characters from the left side of a string.;String expression from which the "
+            "leftmost characters are returned.;Number of characters to return.");
+  EXPECT_EQ(left.Syntax, "Left$(String As String, Length As Long)");
+  ASSERT_EQ(left.ArgumentCount, 2);
+  EXPECT_EQ(left.Arguments[0].Name, "String");
+  EXPECT_EQ(left.Arguments[1].Name, "Length");
+  EXPECT_EQ(left.Origin, "kx750ui_fn.KXFunction");
+
+  // The description label: the prototype line, then after the first line feed six more
+  // characters are skipped and the text is cut at the first ";".
+  const std::string& text = left.Description;
+  size_t lf = text.find('\n');
+  EXPECT_EQ(text.substr(0, text.find('\r')), "Left$(String As String, Length As Long) As String");
+  std::string rest = text.substr(lf + 1 + 6);
+  EXPECT_EQ(rest.substr(0, rest.find(';')),
+            "Returns a given number of characters from the left side of a string.");
+
+  EXPECT_EQ(Split(Lookup("Mid$", kHost).Description, "\r\n")[0],
+            "Mid$(String As String, Start As Long, [Length As Long = -1]) As String");
+  FunctionInfo get_object = Lookup("GetObject", kHost);
+  EXPECT_EQ(get_object.Name, "GetObjectKX");
+  EXPECT_EQ(get_object.Syntax, "GetObject([PathName As String = \"\"], [Class As String = \"\"])");
+  EXPECT_EQ(Lookup("Now", kHost).Syntax, "Now()");
+  EXPECT_EQ(Split(Lookup("Choose", kHost).Description, "\r\n")[0],
+            "Choose(Index As Integer, [ParamArray Choices As Variant()]) As Variant");
+  EXPECT_EQ(Split(Lookup("IsDate", kHost).Description, "\r\n")[0],
+            "IsDate(Expression As Variant) As Boolean");
+
+  // The conversion belongs to the host library's file name only.
+  fs::path copy = fs::temp_directory_path() / "kx_tlb_browse_other.dll";
+  fs::copy_file(kHost, copy, fs::copy_options::overwrite_existing);
+  FunctionInfo other = Lookup("GetObject", copy.string());
+  EXPECT_EQ(other.Name, "GetObject");
+  EXPECT_EQ(other.Description, "");
+  FunctionInfo plain = Lookup("InStr", copy.string());
+  EXPECT_EQ(Split(plain.Description, "\r\n")[2], "  Member of kx750ui_fn.KXFunction");
+  fs::remove(copy);
+}
+
+TEST(TypeLibraryMembers, PrototypesInformationAndSyntaxOfAnyLibrary) {
+  FunctionInfo most = Lookup("Most", kParams);
+  EXPECT_EQ(most.ArgumentCount, 65);
+  EXPECT_EQ(most.Arguments[64].Name, "p65");
+  EXPECT_EQ(Left(most.Syntax, 31), "Function Most(p1 As Long, p2 As");
+  EXPECT_TRUE(most.Syntax.ends_with(", p64 As Long, p65 As Long)")) << most.Syntax;
+  EXPECT_TRUE(most.Description.ends_with(
+      ", p65 As Long) As Long\r\n\r\n  Member of Params.Many\r\n\r\n  Takes 65 arguments"))
+      << most.Description;
+
+  ui::RecordingMessageBox box;
+  FunctionInfo too_many = Lookup("TooMany", kParams, &box);
+  ASSERT_EQ(box.shown.size(), 1u);
+  EXPECT_EQ(box.shown[0].text, "Subscript out of range (9)");
+  EXPECT_EQ(box.shown[0].flags, ui::kMbCritical);
+
+  FunctionInfo clear = Lookup("Clear", kParams);
+  EXPECT_EQ(Split(clear.Description, "\r\n")[0], "Sub Clear()");
+  EXPECT_EQ(clear.Syntax, "Sub Clear()");
+  EXPECT_EQ(Lookup("Count", kParams).Syntax, "Count");
+  EXPECT_EQ(Split(Lookup("Count", kParams).Description, "\r\n")[0], "Property Count As Long");
+  EXPECT_EQ(Split(Lookup("Caption", kParams).Description, "\r\n")[0], "Property Caption As String");
+  EXPECT_EQ(Lookup("Byte", kParams).Syntax, "Byte");
+  EXPECT_EQ(Split(Lookup("Byte", kParams).Description, "\r\n")[0], "Const Byte = 255 (&HFF)");
+  EXPECT_EQ(Split(Lookup("Seven", kParams).Description, "\r\n")[0], "Const Seven = 7");
+  EXPECT_EQ(Split(Lookup("MinusOne", kParams).Description, "\r\n")[0],
+            "Const MinusOne = -1 (&HFFFFFFFF)");
+
+  // Constants keep their stored width.
+  typelib::Variable v;
+  v.name = "Small";
+  v.kind = typelib::VarKind::Const;
+  v.value.vt = typelib::kVtI2;
+  v.value.integer = -1;
+  EXPECT_EQ(PrototypeText(MemberRef{nullptr, &v}, false), "Const Small = -1 (&HFFFF)");
+  v.value.integer = 16;
+  EXPECT_EQ(PrototypeText(MemberRef{nullptr, &v}, false), "Const Small = 16 (&H10)");
+  v.value.vt = typelib::kVtBstr;
+  v.value.text = "a\"b";
+  EXPECT_EQ(PrototypeText(MemberRef{nullptr, &v}, false), "Const Small = \"a\"\"b\"");
+
+  ui::RecordingMessageBox missing;
+  Lookup("Most", "/nonexistent/kx750ui_fn.dll", &missing);
+  ASSERT_EQ(missing.shown.size(), 1u);
+  EXPECT_NE(missing.shown[0].text.find("(53)"), std::string::npos);
+}
+
+TEST(TypeLibraryMembers, SyntaxTextIsChosenByTheFirstFiveCharacters) {
+  EXPECT_EQ(SyntaxText("Property Name As String", "Name", {}), "Name");
+  EXPECT_EQ(SyntaxText("Const X = 1", "X", {}), "X");
+  EXPECT_EQ(SyntaxText("Method Go(a As Long)", "Go", {"a", "b"}), "Go(a, b)");
+  EXPECT_EQ(SyntaxText("Method Go", "Go", {}), "Go()");
+  EXPECT_EQ(SyntaxText("Sub Go(a As Long) (x)", "Go", {"a"}), "Sub Go(a As Long)");
+  EXPECT_EQ(SyntaxText("Now\r\n\r\n    no parentheses", "Now", {}), "");
+}
+
+}  // namespace
+}  // namespace kx
