@@ -43,6 +43,7 @@ struct FileRegistry::Key {
 };
 
 FileRegistry::FileRegistry() : root_(std::make_unique<Key>()) {}
+FileRegistry::FileRegistry(FileRegistry&&) noexcept = default;
 FileRegistry::~FileRegistry() = default;
 
 namespace {

@@ -62,6 +62,7 @@ class Registry {
 class FileRegistry : public Registry {
  public:
   FileRegistry();
+  FileRegistry(FileRegistry&&) noexcept;
   ~FileRegistry() override;
 
   // Reads a registry file; raises Error 53 when it is missing and kErrInvalidFileFormat

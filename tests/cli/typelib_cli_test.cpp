@@ -1,0 +1,104 @@
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+#include "command.h"
+#include "runtime/files.h"
+
+namespace kx::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kData = std::string(KX_SOURCE_DIR) + "/data";
+
+struct Result {
+  int code;
+  std::string out, err;
+};
+
+Result RunCli(const std::vector<std::string>& args) {
+  std::ostringstream out, err;
+  std::istringstream in;
+  int code = Run(args, out, err, in);
+  return {code, out.str(), err.str()};
+}
+
+TEST(TypelibCommand, DumpsEveryTypeMemberAndParameter) {
+  Result r = RunCli({"typelib", kData + "/kx750ui_fn.dll"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  const std::string& out = r.out;
+  EXPECT_EQ(out.rfind("library kx750ui_fn\n  guid {43A5AC40-ACB7-11D3-96C0-00104B383C01}\n"
+                      "  version 7.5\n",
+                      0),
+            0u);
+  EXPECT_NE(out.find("type 0 Dispatch KXFunction\n"), std::string::npos);
+  EXPECT_NE(out.find("  function Mid_Dollar\n    id 0x67\n    invoke func\n    returns String\n"),
+            std::string::npos);
+  EXPECT_NE(out.find("    param Length As Long [in, optional, default I4 -1]\n"),
+            std::string::npos);
+  EXPECT_NE(out.find("    param Choices As Variant() [in, paramarray]\n"), std::string::npos);
+  EXPECT_NE(out.find("  const kxTextCompare As Int = I4 1\n"), std::string::npos);
+  EXPECT_NE(out.find("  implements KXFunction [flags 1]\n"), std::string::npos);
+  EXPECT_EQ(RunCli({"typelib", kData + "/kx750ui_fn.dll\\1"}).out, out);  // stable, resource 1
+}
+
+TEST(TypelibCommand, JsonCarriesTheSameFacts) {
+  Result r = RunCli({"typelib", "--json", kData + "/kx750ui_fn.dll"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["name"], "kx750ui_fn");
+  EXPECT_EQ(j["types"].size(), 9u);
+  const auto& all = j["types"][0];
+  EXPECT_EQ(all["kind"], "Dispatch");
+  EXPECT_EQ(all["functions"].size(), 53u);
+  const auto& mid = all["functions"][2];
+  EXPECT_EQ(mid["name"], "Mid_Dollar");
+  EXPECT_EQ(mid["params"][2]["default"]["vt"], "I4");
+  EXPECT_EQ(mid["params"][2]["default"]["value"], "-1");
+  EXPECT_EQ(mid["params"][2]["optional"], true);
+  EXPECT_EQ(j["types"][7]["variables"][2]["value"]["value"], "2");
+}
+
+TEST(TypelibCommand, BadInputGivesAClearErrorAndStatus) {
+  Result r = RunCli({"typelib", kData + "/kx750ui_fn.dll\\2"});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_NE(r.err.find("no TYPELIB resource 2 in this PE image (321)"), std::string::npos) << r.err;
+  r = RunCli({"typelib", kData + "/kxexpr.reg"});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_NE(r.err.find("not a type library"), std::string::npos) << r.err;
+  r = RunCli({"typelib", kData + "/missing.tlb"});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_NE(r.err.find("(53)"), std::string::npos) << r.err;
+  EXPECT_EQ(RunCli({"typelib"}).code, 2);
+}
+
+TEST(TypelibCommand, ListsTheRegisteredLibraries) {
+  const std::string expected =
+      "KX 7.5 UI Function Library\n"
+      "  key kx750ui_fn.dll<KX 7.5 UI Function Library{43A5AC40-ACB7-11D3-96C0-00104B383C01}7.5\n";
+  Result r = RunCli({"typelib", "--registered", "--registry", kData + "/kxexpr.reg"});
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.out, expected);
+
+  // $KXEXPR_REGISTRY comes first when no file is given.
+  fs::path file = fs::temp_directory_path() / "kx_cli_registry.reg";
+  WriteWholeFile(file,
+                 "REGEDIT4\n[HKEY_CLASSES_ROOT\\TypeLib\\{1}\\1.0]\n@=\"Mine\"\n"
+                 "[HKEY_CLASSES_ROOT\\TypeLib\\{1}\\1.0\\0\\win32]\n@=\"C:\\\\mine.tlb\"\n");
+  setenv("KXEXPR_REGISTRY", file.c_str(), 1);
+  r = RunCli({"typelib", "--registered", "--json"});
+  unsetenv("KXEXPR_REGISTRY");
+  fs::remove(file);
+  ASSERT_EQ(r.code, 0) << r.err;
+  auto j = nlohmann::json::parse(r.out);
+  ASSERT_EQ(j.size(), 1u);
+  EXPECT_EQ(j[0]["text"], "Mine");
+  EXPECT_EQ(j[0]["key"], "C:\\mine.tlb<Mine{1}1.0");
+}
+
+}  // namespace
+}  // namespace kx::cli

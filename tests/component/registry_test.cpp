@@ -1,0 +1,194 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "component/registry.h"
+#include "editor/tlb_browse.h"
+#include "runtime/error.h"
+#include "runtime/files.h"
+#include "ui/message_box.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kClassKey = "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}\\InprocServer32";
+
+FileRegistry Parsed(const std::string& text) {
+  FileRegistry reg;
+  reg.Parse(text, "test.reg");
+  return reg;
+}
+
+HKEY Open(Registry& reg, const std::string& path) {
+  HKEY key = 0;
+  EXPECT_EQ(reg.RegOpenKeyExA(HKEY_CLASSES_ROOT, path, 0, 0x3F, &key), ERROR_SUCCESS) << path;
+  return key;
+}
+
+TEST(RegistryFile, ReadsTheThreeFormats) {
+  FileRegistry v4 = Parsed(
+      "REGEDIT4\r\n\r\n[HKEY_CLASSES_ROOT\\A\\B]\r\n@=\"C:\\\\x\\\\\\\"y\\\"\"\r\n"
+      "\"Num\"=dword:0000002a\r\n\"Exp\"=hex(2):25,54,4d,50,25,00\r\n"
+      "[HKEY_LOCAL_MACHINE\\Software\\Classes\\A\\C]\r\n");
+  HKEY b = Open(v4, "A\\B");
+  RegValue value;
+  EXPECT_EQ(QueryValueEx(v4, b, "", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<std::string>(value), "C:\\x\\\"y\"");
+  EXPECT_EQ(QueryValueEx(v4, b, "num", value), ERROR_SUCCESS);  // names ignore case
+  EXPECT_EQ(std::get<int32_t>(value), 42);
+  uint32_t type = 0, size = 0;
+  EXPECT_EQ(v4.RegQueryValueExA(b, "Exp", nullptr, &type, nullptr, &size), ERROR_SUCCESS);
+  EXPECT_EQ(type, REG_EXPAND_SZ);
+  EXPECT_EQ(size, 6u);
+  // HKEY_CLASSES_ROOT is the classes key of the machine.
+  HKEY a = Open(v4, "a");
+  std::string name;
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 0, &name, 2000), ERROR_SUCCESS);
+  EXPECT_EQ(name, "B");
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 1, &name, 2000), ERROR_SUCCESS);
+  EXPECT_EQ(name, "C");
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 2, &name, 2000), ERROR_NO_MORE_ITEMS);
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 0, &name, 1), ERROR_MORE_DATA);
+
+  // Version 5: strings in hex are UTF-16; keys and values can be deleted.
+  FileRegistry v5 = Parsed(
+      "Windows Registry Editor Version 5.00\n\n[HKEY_CLASSES_ROOT\\K]\n"
+      "@=hex(2):41,00,e9,00,\\\n  42,00,00,00\n\"gone\"=\"x\"\n\"gone\"=-\n"
+      "[HKEY_CLASSES_ROOT\\K\\Sub]\n[-HKEY_CLASSES_ROOT\\K\\Sub]\n");
+  HKEY k = Open(v5, "K");
+  EXPECT_EQ(QueryValueEx(v5, k, "", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<std::string>(value),
+            "A\xE9"
+            "B");
+  EXPECT_EQ(QueryValueEx(v5, k, "gone", value), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(v5.RegEnumKeyExA(k, 0, &name, 2000), ERROR_NO_MORE_ITEMS);
+
+  // Wine: keys relative to the machine, escaped backslashes, str(2), timestamps.
+  FileRegistry wine = Parsed(
+      "WINE REGISTRY Version 2\n;; All keys relative to \\\\Machine\n\n#arch=win64\n\n"
+      "[Software\\\\Classes\\\\CLSID\\\\{X}\\\\InprocServer32] 1700000000\n#time=1d9\n"
+      "@=\"C:\\\\windows\\\\system32\\\\x.dll\"\n\"E\"=str(2):\"%SystemRoot%\\\\\\x00e9\"\n");
+  HKEY inproc = Open(wine, "CLSID\\{X}\\InprocServer32");
+  EXPECT_EQ(QueryValueEx(wine, inproc, "", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<std::string>(value), "C:\\windows\\system32\\x.dll");
+  EXPECT_EQ(wine.RegQueryValueExA(inproc, "E", nullptr, &type, nullptr, &size), ERROR_SUCCESS);
+  EXPECT_EQ(type, REG_EXPAND_SZ);
+}
+
+TEST(RegistryFile, MalformedFilesSayWhereAndWhy) {
+  auto message = [](const std::string& text) {
+    try {
+      Parsed(text);
+    } catch (const Error& e) {
+      EXPECT_EQ(e.Number(), 321);
+      return e.Description();
+    }
+    return std::string("no error");
+  };
+  EXPECT_EQ(message("hello\n"),
+            "test.reg:1: not a registry file (the first line is neither \"REGEDIT4\", "
+            "\"Windows Registry Editor Version 5.00\" nor \"WINE REGISTRY Version 2\")");
+  EXPECT_EQ(message("REGEDIT4\n\n[HKEY_NOWHERE\\x]\n"),
+            "test.reg:3: unknown root key in [HKEY_NOWHERE\\x]");
+  EXPECT_EQ(message("REGEDIT4\n\"a\"=\"b\"\n"), "test.reg:2: a value before any key");
+  EXPECT_EQ(message("REGEDIT4\n[HKEY_CLASSES_ROOT\\x]\n\"a\"=\"b\n"),
+            "test.reg:3: a string without its closing quote");
+  EXPECT_EQ(message("REGEDIT4\n[HKEY_CLASSES_ROOT\\x]\n\"a\"=dword:123456789\n"),
+            "test.reg:3: bad dword value");
+  EXPECT_EQ(message(""), "test.reg:0: the file is empty");
+  EXPECT_THROW(FileRegistry::Load("/nonexistent/kxexpr.reg"), Error);
+}
+
+TEST(QueryValueEx, ReadsTheThreeKindsAsTheComponentDoes) {
+  FileRegistry reg;
+  std::string base = "HKEY_LOCAL_MACHINE\\Software\\Classes\\V";
+  reg.SetValue(base, "fits", REG_SZ, std::string(254, 'a') + '\0');
+  reg.SetValue(base, "long", REG_SZ, std::string(255, 'a') + '\0');
+  reg.SetValue(base, "exp", REG_EXPAND_SZ,
+               std::string("%KX_TEST_HOME%\\lib;%KX_UNSET_NAME%") + '\0');
+  reg.SetValue(base, "dw", REG_DWORD, std::string("\xFF\xFF\xFF\xFF", 4));
+  reg.SetValue(base, "bin", REG_BINARY, "ab");
+  HKEY key = Open(reg, "V");
+
+  RegValue value = std::string("untouched");
+  EXPECT_EQ(QueryValueEx(reg, key, "fits", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<std::string>(value).size(), 254u);
+  value = std::string("untouched");
+  EXPECT_EQ(QueryValueEx(reg, key, "long", value), ERROR_MORE_DATA);
+  EXPECT_EQ(std::get<std::string>(value), "untouched");
+
+  setenv("KX_TEST_HOME", "/home/kx", 1);
+  unsetenv("KX_UNSET_NAME");
+  EXPECT_EQ(QueryValueEx(reg, key, "exp", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<std::string>(value), "/home/kx\\lib;%KX_UNSET_NAME%");
+
+  EXPECT_EQ(QueryValueEx(reg, key, "dw", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<int32_t>(value), -1);
+  value = std::string("untouched");
+  EXPECT_EQ(QueryValueEx(reg, key, "bin", value), ERROR_SUCCESS);
+  EXPECT_EQ(std::get<std::string>(value), "untouched");
+  EXPECT_EQ(QueryValueEx(reg, key, "absent", value), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(QueryValueEx(reg, 0x1234, "", value), ERROR_INVALID_HANDLE);
+
+  char small[1];
+  EXPECT_EQ(ExpandEnvironmentStringsA("%KX_TEST_HOME%", small, 1), 9u);
+}
+
+TEST(GetKXTypeLibPath, ReadsTheClassRegistrationLowerCased) {
+  FileRegistry reg = Parsed(std::string("REGEDIT4\n[HKEY_CLASSES_ROOT\\") + kClassKey +
+                            "]\n@=\"C:\\\\Program Files\\\\KX\\\\KX750UI_FN.DLL\"\n");
+  EXPECT_EQ(GetKXTypeLibPath(reg), "c:\\program files\\kx\\kx750ui_fn.dll");
+
+  // Without a registration the key is created (in memory) and the path is empty.
+  FileRegistry empty;
+  HKEY key = 0;
+  EXPECT_EQ(empty.RegOpenKeyExA(HKEY_CLASSES_ROOT, kClassKey, 0, 0x3F, &key), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(GetKXTypeLibPath(empty), "");
+  EXPECT_EQ(empty.RegOpenKeyExA(HKEY_CLASSES_ROOT, kClassKey, 0, 0x3F, &key), ERROR_SUCCESS);
+
+  // The bundled registry names the bundled library, relative to its own folder.
+  auto bundled = FileRegistry::Load(std::string(KX_SOURCE_DIR) + "/data/kxexpr.reg");
+  EXPECT_EQ(GetKXTypeLibPath(*bundled), "kx750ui_fn.dll");
+  EXPECT_EQ(bundled->Folder(), fs::path(KX_SOURCE_DIR) / "data");
+}
+
+TEST(BuildTLBList, ListsRegisteredVersionsWithAFile) {
+  FileRegistry reg = Parsed(
+      "REGEDIT4\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{B}\\1.0]\n@=\"Second\"\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{B}\\1.0\\0\\win32]\n@=\"C:\\\\Libs\\\\Second.TLB\"\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{B}\\2.0]\n@=\"No file\"\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{B}\\3.0]\n@=\"Blank file\"\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{B}\\3.0\\0\\win32]\n@=\"C:\\\\Libs\\\\  \"\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{A}\\2.1]\n@=\"First\"\n"
+      "[HKEY_CLASSES_ROOT\\TypeLib\\{A}\\2.1\\0\\win32]\n@=\"first.dll\\\\2\"\n");
+  std::vector<TreeNodeData> nodes = BuildTLBList(reg);
+  ASSERT_EQ(nodes.size(), 2u);
+  EXPECT_EQ(nodes[0].text, "First");
+  EXPECT_EQ(nodes[0].key, "first.dll\\2<First{A}2.1");
+  EXPECT_EQ(nodes[0].tag, "TLB");
+  EXPECT_EQ(nodes[0].parent, "OTL");
+  EXPECT_EQ(nodes[1].key, "C:\\Libs\\Second.TLB<Second{B}1.0");
+  EXPECT_TRUE(BuildTLBList(*std::make_shared<FileRegistry>()).empty());
+}
+
+TEST(BuildTLBList, TheBundledLibraryOpensFromItsNode) {
+  auto bundled = FileRegistry::Load(std::string(KX_SOURCE_DIR) + "/data/kxexpr.reg");
+  std::vector<TreeNodeData> nodes = BuildTLBList(*bundled);
+  ASSERT_EQ(nodes.size(), 1u);
+  EXPECT_EQ(nodes[0].text, "KX 7.5 UI Function Library");
+  std::vector<TreeNodeData> types = BuildTLBTypes(nodes[0].key, bundled->Folder());
+  ASSERT_EQ(types.size(), 9u);
+  EXPECT_EQ(types[0].key, nodes[0].key + "<KXFunction");
+  EXPECT_EQ(types[0].tag, "TLBType");
+  std::vector<std::string> members = BuildTLBMembers(types[2].key, bundled->Folder());
+  EXPECT_EQ(members.front(), "Abs");  // Math, member names as stored
+  EXPECT_EQ(BuildTLBMembers(nodes[0].key + "<NoSuchType", bundled->Folder()),
+            std::vector<std::string>{std::string(kNoTypeLibInfo)});
+}
+
+}  // namespace
+}  // namespace kx
