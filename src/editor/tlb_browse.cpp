@@ -49,6 +49,14 @@ std::vector<TreeNodeData> FunctionCategoryNodes(const Library& library) {
   return nodes;
 }
 
+std::vector<TreeNodeData> FunctionTreeNodes(const Library& library) {
+  std::vector<TreeNodeData> nodes = {{"FNC", "FC", "Flow Control", {}, {}},
+                                     {"FNC", "All", "<All Functions>", {}, {}},
+                                     {"FNC", "FileFunctions", "File", {}, {}}};
+  for (TreeNodeData& n : FunctionCategoryNodes(library)) nodes.push_back(std::move(n));
+  return nodes;
+}
+
 namespace {
 
 // Members in the library's order: functions, then variables.
@@ -229,6 +237,12 @@ Library OpenRegistered(const std::string& registered_path, const std::filesystem
 }
 
 }  // namespace
+
+std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
+                                             const std::string& category,
+                                             const std::filesystem::path& base) {
+  return BuildFunctionTokens(OpenRegistered(library_path, base), category);
+}
 
 std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
   std::vector<TreeNodeData> nodes;

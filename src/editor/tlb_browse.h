@@ -40,9 +40,17 @@ std::string CategoryNodeText(const std::string& type_name);
 // (after the fixed "Flow Control", "<All Functions>" and "File" nodes, not included here).
 std::vector<TreeNodeData> FunctionCategoryNodes(const typelib::Library& library);
 
+// Every child of "FNC" in order: "Flow Control" ("FC"), "<All Functions>" ("All"), "File"
+// ("FileFunctions"), then the category nodes of the library.
+std::vector<TreeNodeData> FunctionTreeNodes(const typelib::Library& library);
+
 // The grid rows of one category of the host function library ("All" lists "KXFunction").
 std::vector<std::string> BuildFunctionTokens(const typelib::Library& library,
                                              const std::string& category);
+// The same, opening the library at `library_path` (resolved as ResolvePath does).
+std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
+                                             const std::string& category,
+                                             const std::filesystem::path& base = {});
 
 // The registered type libraries as children of "OTL" (tag "TLB"), from the registry.
 std::vector<TreeNodeData> BuildTLBList(Registry& registry);

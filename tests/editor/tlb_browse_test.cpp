@@ -48,6 +48,11 @@ TEST(HostLibrary, CategoriesAndTokensComeFromTheLibraryInItsOrder) {
   EXPECT_EQ(nodes, (std::vector<std::string>{"DateTime=Date/Time", "Math=Math", "Text=Text",
                                              "TypeConversion=Conversion", "Parse=Parse"}));
   EXPECT_EQ(CategoryNodeText("parse"), "");  // names compare exactly
+  std::vector<TreeNodeData> children = FunctionTreeNodes(lib);
+  ASSERT_EQ(children.size(), 8u);
+  EXPECT_EQ(children[0].key + children[1].key + children[2].key + children[3].key,
+            "FCAllFileFunctionsDateTime");
+  EXPECT_EQ(children[1].text, "<All Functions>");
 
   EXPECT_EQ(BuildFunctionTokens(lib, "Text"),
             (std::vector<std::string>{"Left$", "Right$", "Mid$", "Trim$", "LTrim$", "RTrim$",
@@ -58,6 +63,8 @@ TEST(HostLibrary, CategoriesAndTokensComeFromTheLibraryInItsOrder) {
   EXPECT_EQ(all.back(), "GetObject");
   EXPECT_EQ(BuildFunctionTokens(lib, "FileFunctions").front(), "FileExists");
   EXPECT_TRUE(BuildFunctionTokens(lib, "FNC").empty());
+  EXPECT_EQ(BuildFunctionTokens("KX750UI_FN.DLL", "Math", std::string(KX_SOURCE_DIR) + "/data"),
+            (std::vector<std::string>{"Abs", "Int", "Fix", "Round", "Sqr", "Sgn"}));
 }
 
 TEST(HostLibrary, FunctionInformationHasTheHostForm) {

@@ -157,6 +157,7 @@ TEST(WineOracle, EveryWineLibraryAndOursReadAsWineReadsThem) {
   EXPECT_GE(wine_count, 40u) << "expected Wine's 48 TYPELIB resources";
   libraries.emplace_back(source / "data" / "kx750ui_fn.dll", 1);
   libraries.emplace_back(source / "tests" / "typelib" / "data" / "shapes.tlb", 1);
+  libraries.emplace_back(source / "tests" / "editor" / "data" / "params.tlb", 1);
 
   std::string command = "WINEPREFIX='" + (oracle_dir / "prefix").string() +
                         "' WINEDEBUG=-all wine '" + (oracle_dir / "wine_tlbdump.exe").string() +
