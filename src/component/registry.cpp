@@ -16,6 +16,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int32_t kErrInvalidFileFormat = 321;
+// Windows allows 512 levels; the limit also keeps the key tree's teardown shallow.
+constexpr long kMaxKeyDepth = 512;
 
 struct CaseLess {
   bool operator()(const std::string& a, const std::string& b) const {
@@ -242,6 +244,8 @@ class RegParser {
     bool remove = !inner.empty() && inner[0] == '-';
     if (remove) inner.remove_prefix(1);
     std::string path = UnescapeKey(inner);
+    if (std::count(path.begin(), path.end(), '\\') >= kMaxKeyDepth)
+      Fail("the key nests deeper than " + std::to_string(kMaxKeyDepth) + " levels");
     std::string full;
     if (format_ == Format::Wine) {
       full = wine_root_ + "\\" + path;
@@ -404,6 +408,7 @@ class RegParser {
 
 FileRegistry::Key* FileRegistry::Walk(Key* from, std::string_view path, bool create,
                                       bool* created) {
+  if (create && std::count(path.begin(), path.end(), '\\') >= kMaxKeyDepth) return nullptr;
   Key* k = from;
   size_t start = 0;
   while (start <= path.size()) {
@@ -481,6 +486,7 @@ int32_t FileRegistry::RegCreateKeyExA(HKEY key, std::string_view sub_key, uint32
   if (!k) return ERROR_INVALID_HANDLE;
   bool created = false;
   Key* found = Walk(k, sub_key, true, &created);
+  if (!found) return ERROR_INVALID_PARAMETER;
   if (disposition) *disposition = created ? 1 : 2;
   *result = next_handle_++;
   handles_[*result] = found;

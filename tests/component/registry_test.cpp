@@ -99,6 +99,9 @@ TEST(RegistryFile, MalformedFilesSayWhereAndWhy) {
   EXPECT_EQ(message("REGEDIT4\n[HKEY_CLASSES_ROOT\\x]\n\"a\"=dword:123456789\n"),
             "test.reg:3: bad dword value");
   EXPECT_EQ(message(""), "test.reg:0: the file is empty");
+  std::string deep = "REGEDIT4\n[HKEY_CLASSES_ROOT";
+  for (int i = 0; i < 600; ++i) deep += "\\k";
+  EXPECT_EQ(message(deep + "]\n"), "test.reg:2: the key nests deeper than 512 levels");
   EXPECT_THROW(FileRegistry::Load("/nonexistent/kxexpr.reg"), Error);
 }
 
