@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
 
@@ -33,6 +34,49 @@ void Put32(std::string& b, size_t at, uint32_t v) {
 size_t SegmentEntry(const std::string& b, int index) {
   size_t dir = 0x54 + ((U32(b, 0x14) & 0x100) ? 4 : 0) + U32(b, 0x20) * 4;
   return dir + static_cast<size_t>(index) * 16;
+}
+
+// A minimal 32-bit PE image whose one section holds a resource tree with TYPELIB `id`.
+std::string Pe32With(const std::string& tlb, int id) {
+  std::string rsrc(0x70, '\0');
+  auto put16 = [](std::string& b, size_t at, uint16_t v) {
+    b[at] = static_cast<char>(v);
+    b[at + 1] = static_cast<char>(v >> 8);
+  };
+  put16(rsrc, 12, 1);  // root: one named entry
+  Put32(rsrc, 16, 0x80000058);
+  Put32(rsrc, 20, 0x80000018);
+  put16(rsrc, 0x18 + 14, 1);  // type: one id
+  Put32(rsrc, 0x28, static_cast<uint32_t>(id));
+  Put32(rsrc, 0x2C, 0x80000030);
+  put16(rsrc, 0x30 + 14, 1);  // language 0
+  Put32(rsrc, 0x44, 0x48);
+  Put32(rsrc, 0x48, 0x1000 + 0x70);  // data entry: RVA, size
+  Put32(rsrc, 0x4C, static_cast<uint32_t>(tlb.size()));
+  put16(rsrc, 0x58, 7);
+  for (int i = 0; i < 7; ++i) put16(rsrc, 0x5A + i * 2, static_cast<uint16_t>("TYPELIB"[i]));
+  rsrc += tlb;
+
+  std::string image(0x200, '\0');
+  image[0] = 'M';
+  image[1] = 'Z';
+  Put32(image, 0x3C, 0x40);
+  Put32(image, 0x40, 0x00004550);
+  put16(image, 0x44, 0x14C);  // i386
+  put16(image, 0x46, 1);      // one section
+  put16(image, 0x54, 224);    // optional header size
+  size_t optional = 0x58;
+  put16(image, optional, 0x10B);  // PE32
+  Put32(image, optional + 92, 16);
+  Put32(image, optional + 96 + 16, 0x1000);  // resource directory
+  Put32(image, optional + 96 + 20, static_cast<uint32_t>(rsrc.size()));
+  size_t section = optional + 224;
+  std::memcpy(&image[section], ".rsrc", 5);
+  Put32(image, section + 8, static_cast<uint32_t>(rsrc.size()));
+  Put32(image, section + 12, 0x1000);
+  Put32(image, section + 16, static_cast<uint32_t>(rsrc.size()));
+  Put32(image, section + 20, 0x200);
+  return image + rsrc;
 }
 
 int ErrorNumber(const std::string& bytes, std::string* description = nullptr) {
@@ -196,6 +240,19 @@ TEST(MsftReader, HostileBytesGiveErrorsNeverCrashes) {
       if (number == 0) (void)DumpText(ReadLibrary(bad, "x"));
     }
   }
+}
+
+TEST(PeResources, ReadsThirtyTwoBitImages) {
+  std::string tlb = ReadWholeFile(kShapes);
+  std::string image = Pe32With(tlb, 2);
+  EXPECT_EQ(ListTypeLibResources(image, "pe32"), std::vector<int>{2});
+  EXPECT_EQ(FindTypeLibResource(image, 2, "pe32"), tlb);
+  EXPECT_EQ(ReadLibrary(image, "pe32", 2).name, "Shapes");
+  EXPECT_EQ(ErrorNumber(image), kErrInvalidFileFormat);  // resource 1 is not there
+  // Data that runs past its section.
+  std::string bad = image;
+  Put32(bad, 0x200 + 0x4C, static_cast<uint32_t>(tlb.size() + 1));
+  EXPECT_THROW(FindTypeLibResource(bad, 2, "pe32"), Error);
 }
 
 TEST(PeResources, MalformedImagesGiveErrors) {
