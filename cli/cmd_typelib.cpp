@@ -162,7 +162,7 @@ CommandRegistrar reg(50, [](CLI::App& app, Context& context) {
     if (o->file.empty()) throw CLI::ValidationError("FILE", "give a type library or --registered");
     std::string path;
     int id = 1;
-    SplitLibrarySpec(o->file, path, id);
+    SplitLibraryPath(o->file, path, id);
     Library lib = OpenLibrary(o->file, MakeFileImportResolver(path));
     if (o->json)
       context.out << LibraryJson(lib).dump(2) << '\n';

@@ -230,10 +230,10 @@ std::vector<std::string> Subkeys(Registry& registry, HKEY key) {
 Library OpenRegistered(const std::string& registered_path, const std::filesystem::path& base) {
   std::string file;
   int id = 1;
-  SplitLibrarySpec(registered_path, file, id);
+  SplitLibraryPath(registered_path, file, id);
   std::string local = ResolvePath(file, base);
-  std::string spec = id == 1 ? local : local + "\\" + std::to_string(id);
-  return OpenLibrary(spec, MakeFileImportResolver(local));
+  std::string where = id == 1 ? local : local + "\\" + std::to_string(id);
+  return OpenLibrary(where, MakeFileImportResolver(local));
 }
 
 }  // namespace

@@ -534,26 +534,26 @@ Library ReadLibrary(std::string_view bytes, std::string_view where, int resource
   return MsftReader(data, place, resolver).Read();
 }
 
-void SplitLibrarySpec(const std::string& spec, std::string& path, int& resource_id) {
-  path = spec;
+void SplitLibraryPath(const std::string& where, std::string& path, int& resource_id) {
+  path = where;
   resource_id = 1;
-  size_t slash = spec.find_last_of('\\');
-  if (slash == std::string::npos || slash + 1 >= spec.size() || slash == 0) return;
-  std::string_view tail = std::string_view(spec).substr(slash + 1);
+  size_t slash = where.find_last_of('\\');
+  if (slash == std::string::npos || slash + 1 >= where.size() || slash == 0) return;
+  std::string_view tail = std::string_view(where).substr(slash + 1);
   if (tail.size() > 5) return;
   int id = 0;
   for (char c : tail) {
     if (c < '0' || c > '9') return;
     id = id * 10 + (c - '0');
   }
-  path = spec.substr(0, slash);
+  path = where.substr(0, slash);
   resource_id = id;
 }
 
-Library OpenLibrary(const std::string& spec, const ImportResolver& resolver) {
+Library OpenLibrary(const std::string& where, const ImportResolver& resolver) {
   std::string path;
   int id = 1;
-  SplitLibrarySpec(spec, path, id);
+  SplitLibraryPath(where, path, id);
   std::string bytes = ReadWholeFile(path);
   return ReadLibrary(bytes, path, id, resolver);
 }

@@ -189,12 +189,12 @@ using ImportResolver = std::function<std::string(const ImportRef& ref)>;
 Library ReadLibrary(std::string_view bytes, std::string_view where, int resource_id = 1,
                     const ImportResolver& resolver = nullptr);
 
-// Reads the library at `spec`: a file path, optionally followed by "\N" to select TYPELIB
+// Reads the library at `where`: a file path, optionally followed by "\N" to select TYPELIB
 // resource N of a PE file.
-Library OpenLibrary(const std::string& spec, const ImportResolver& resolver = nullptr);
+Library OpenLibrary(const std::string& where, const ImportResolver& resolver = nullptr);
 
 // Splits "file.dll\2" into the path and resource number (1 when absent).
-void SplitLibrarySpec(const std::string& spec, std::string& path, int& resource_id);
+void SplitLibraryPath(const std::string& where, std::string& path, int& resource_id);
 
 // A resolver that looks for imported libraries beside `library_path` and in Wine's folders,
 // caching what it reads.

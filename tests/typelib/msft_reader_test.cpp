@@ -180,10 +180,10 @@ TEST(MsftReader, ReadsTheLibraryInsideAPeFileAndSelectsResources) {
 
   std::string path;
   int id = 0;
-  SplitLibrarySpec("C:\\lib\\x.dll\\3", path, id);
+  SplitLibraryPath("C:\\lib\\x.dll\\3", path, id);
   EXPECT_EQ(path, "C:\\lib\\x.dll");
   EXPECT_EQ(id, 3);
-  SplitLibrarySpec("C:\\lib\\x.dll", path, id);
+  SplitLibraryPath("C:\\lib\\x.dll", path, id);
   EXPECT_EQ(path, "C:\\lib\\x.dll");
   EXPECT_EQ(id, 1);
 }

@@ -162,16 +162,16 @@ TEST(WineOracle, EveryWineLibraryAndOursReadAsWineReadsThem) {
   std::string command = "WINEPREFIX='" + (oracle_dir / "prefix").string() +
                         "' WINEDEBUG=-all wine '" + (oracle_dir / "wine_tlbdump.exe").string() +
                         "'";
-  std::vector<std::string> specs;
+  std::vector<std::string> paths_asked;
   for (const auto& [path, id] : libraries) {
-    specs.push_back(WinePath(path) + (id == 1 ? "" : "\\" + std::to_string(id)));
-    command += " '" + specs.back() + "'";
+    paths_asked.push_back(WinePath(path) + (id == 1 ? "" : "\\" + std::to_string(id)));
+    command += " '" + paths_asked.back() + "'";
   }
   const fs::path out = oracle_dir / "oracle-output.txt";
   command += " >'" + out.string() + "' 2>/dev/null";
   ASSERT_EQ(std::system(command.c_str()), 0) << "running the oracle under wine failed";
 
-  // Sections: "#file SPEC" then the dump, or "#error SPEC HRESULT".
+  // Sections: "#file PATH" then the dump, or "#error PATH HRESULT".
   std::map<std::string, std::string> wine;
   std::istringstream text(ReadWholeFile(out));
   std::string line, current;
@@ -190,9 +190,9 @@ TEST(WineOracle, EveryWineLibraryAndOursReadAsWineReadsThem) {
   size_t compared = 0;
   for (size_t i = 0; i < libraries.size(); ++i) {
     const auto& [path, id] = libraries[i];
-    auto it = wine.find(specs[i]);
+    auto it = wine.find(paths_asked[i]);
     if (it == wine.end()) {
-      ADD_FAILURE() << "no oracle output for " << specs[i];
+      ADD_FAILURE() << "no oracle output for " << paths_asked[i];
       continue;
     }
     Library lib =
@@ -200,7 +200,7 @@ TEST(WineOracle, EveryWineLibraryAndOursReadAsWineReadsThem) {
     AsWineAnswers(lib);
     std::string ours = DumpText(lib);
     EXPECT_EQ(ours == it->second, true)
-        << specs[i] << " differs from Wine's reading at " << FirstDifference(ours, it->second);
+        << paths_asked[i] << " differs from Wine's reading at " << FirstDifference(ours, it->second);
     ++compared;
   }
   std::printf("[ oracle   ] compared %zu libraries (%zu TYPELIB resources of Wine's files)\n",

@@ -1,7 +1,7 @@
 // Runs under Wine: loads each library named on the command line with LoadTypeLibEx and
 // prints it through the same dump as kxexpr, having filled the dump's model from Wine's
-// ITypeLib/ITypeInfo answers alone. Output per library: "#file SPEC", then the dump, or
-// "#error SPEC 0xHRESULT". With -bench N SPEC it times N full loads and walks instead.
+// ITypeLib/ITypeInfo answers alone. Output per library: "#file PATH", then the dump, or
+// "#error PATH 0xHRESULT". With -bench N PATH it times N full loads and walks instead.
 // Built by scripts/build-oracle.sh with mingw-w64.
 
 // clang-format off
@@ -141,9 +141,9 @@ Value ConvertValue(const VARIANT& v) {
   return r;
 }
 
-HRESULT Load(const wchar_t* spec, Library& lib) {
+HRESULT Load(const wchar_t* where, Library& lib) {
   ITypeLib* tl = nullptr;
-  HRESULT hr = LoadTypeLibEx(spec, REGKIND_NONE, &tl);
+  HRESULT hr = LoadTypeLibEx(where, REGKIND_NONE, &tl);
   if (FAILED(hr)) return hr;
   TLIBATTR* la = nullptr;
   tl->GetLibAttr(&la);
@@ -302,14 +302,14 @@ int wmain(int argc, wchar_t** argv) {
     return 0;
   }
   for (int i = 1; i < argc; ++i) {
-    std::string spec = Narrow(argv[i]);
+    std::string where = Narrow(argv[i]);
     Library lib;
     HRESULT hr = Load(argv[i], lib);
     if (FAILED(hr)) {
-      std::printf("#error %s 0x%08lX\n", spec.c_str(), static_cast<unsigned long>(hr));
+      std::printf("#error %s 0x%08lX\n", where.c_str(), static_cast<unsigned long>(hr));
       continue;
     }
-    std::printf("#file %s\n", spec.c_str());
+    std::printf("#file %s\n", where.c_str());
     std::string text = DumpText(lib);
     fwrite(text.data(), 1, text.size(), stdout);
   }
