@@ -199,8 +199,8 @@ TEST(WineOracle, EveryWineLibraryAndOursReadAsWineReadsThem) {
         ReadLibrary(ReadWholeFile(path), path.string(), id, MakeFileImportResolver(path.string()));
     AsWineAnswers(lib);
     std::string ours = DumpText(lib);
-    EXPECT_EQ(ours == it->second, true)
-        << paths_asked[i] << " differs from Wine's reading at " << FirstDifference(ours, it->second);
+    EXPECT_EQ(ours == it->second, true) << paths_asked[i] << " differs from Wine's reading at "
+                                        << FirstDifference(ours, it->second);
     ++compared;
   }
   std::printf("[ oracle   ] compared %zu libraries (%zu TYPELIB resources of Wine's files)\n",
