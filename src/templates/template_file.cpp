@@ -1,0 +1,364 @@
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+#include "runtime/error.h"
+#include "runtime/files.h"
+#include "runtime/format.h"
+#include "runtime/narrow.h"
+#include "runtime/report.h"
+#include "runtime/text.h"
+#include "templates/templates.h"
+#include "ui/message_box.h"
+
+namespace kx {
+
+namespace {
+
+constexpr char kCr = '\r';
+constexpr char kLf = '\n';
+
+constexpr std::string_view kTemplateError =
+    "Template file: %1 is invalid. Problem with template: %2, on line: %3.";
+constexpr std::string_view kTemplateErrorNoPeriod =
+    "Template file: %1 is invalid. Problem with template: %2, on line: %3";
+constexpr std::string_view kFileInvalid = "Template file: %1 is invalid.";
+constexpr std::string_view kCannotLocate = "Can't locate expression template file: ";
+
+bool Contains(std::string_view line, std::string_view keyword) {
+  return line.find(keyword) != std::string_view::npos;
+}
+
+// The trimmed text behind a keyword of `length` characters at the start of the line.
+std::string ValueBehind(std::string_view line, size_t length) {
+  return std::string(Trim(Mid(line, static_cast<int64_t>(length) + 1)));
+}
+
+// What a directory lookup of the path finds: a regular file, or with wildcards in the last
+// component, a regular file that matches them.
+bool DirectoryLookupFinds(const std::string& path) {
+  namespace fs = std::filesystem;
+  if (path.empty()) return false;
+  fs::path p(path);
+  std::string pattern = p.filename().string();
+  if (pattern.find_first_of("*?") == std::string::npos) return FileExists(p);
+  std::error_code ec;
+  fs::path dir = p.parent_path().empty() ? fs::path(".") : p.parent_path();
+  for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+    if (fnmatch(pattern.c_str(), it->path().filename().c_str(), 0) == 0 && it->is_regular_file(ec))
+      return true;
+  }
+  return false;
+}
+
+// The loader's state machine over one open file.
+class Loader {
+ public:
+  Loader(ExprTemplates& set, TemplateFileInput& file, int32_t& line_counter)
+      : set_(set), file_(file), line_counter_(line_counter) {}
+
+  bool Run() {
+    while (true) {
+      if (file_.AtEnd()) return true;
+      std::string line = ReadLine();
+      if (Contains(line, "@BeginTemplate")) {
+        // A template that was begun and never ended is dropped here.
+        current_ = std::make_shared<ExprTemplate>();
+        inside_ = true;
+        if (line.size() < 15) return TemplateError(true);
+        current_->Name(ValueBehind(line, 14));
+        continue;
+      }
+      if (Contains(line, "@BeginDescription")) {
+        if (!inside_) return TemplateError(true);
+        current_->Description(ReadBlock("@EndDescription"));
+        continue;
+      }
+      if (Contains(line, "@BeginBody")) {
+        if (!inside_) return TemplateError(true);
+        current_->Body(ReadBlock("@EndBody"));
+        if (!ParameterScanEnds(current_->Body())) return TemplateError(true);
+        current_->ExtractandAddParams();
+        parameter_blocks_ = 0;
+        if (!ReadParameterBlocks(line)) return false;
+      }
+      if (Contains(line, "@EndTemplate")) {
+        if (!inside_) return TemplateError(true);
+        if (current_->ParameterCount() != parameter_blocks_) return TemplateError(true);
+        current_ = set_.Add(current_);
+        inside_ = false;
+        continue;
+      }
+      if (!inside_) {
+        ui::CurrentMessageBox().Show(FormatMessage(kFileInvalid, {set_.filename()}), ui::kMbOk, "");
+        return false;
+      }
+      return TemplateError(true);
+    }
+  }
+
+ private:
+  std::string ReadLine() {
+    std::string line(Trim(file_.ReadLine(lookahead_)));
+    ++line_counter_;
+    return line;
+  }
+
+  std::string ReadBlock(std::string_view end_marker) {
+    return set_.ReturnEntireString(lookahead_, file_, line_counter_, end_marker);
+  }
+
+  // Reads the parameter blocks after a body; `line` ends as the line that follows them.
+  bool ReadParameterBlocks(std::string& line) {
+    while (true) {
+      line = ReadLine();
+      if (!Contains(line, "@BeginParameter")) return true;
+      if (!inside_ || current_->ParameterCount() == 0) return TemplateError(true);
+      parameter_blocks_ = CheckedInt16(parameter_blocks_ + 1);
+      line = ReadLine();
+      if (!Contains(line, "@Name=") || line.size() < 7) return TemplateError(false);
+      ExprParameterRef parameter = current_->ParameterbyIndex(parameter_blocks_);
+      if (!parameter) return TemplateError(true);
+      if (parameter->Name() != ValueBehind(line, 6)) return TemplateError(false);
+      while (true) {
+        line = ReadLine();
+        if (Contains(line, "@BeginDescription")) {
+          parameter->Description(ReadBlock("@EndDescription"));
+        } else if (Contains(line, "@DefaultValue=")) {
+          if (line.size() >= 15) {
+            std::string value = ValueBehind(line, 14);
+            parameter->DefaultValue(value);
+            parameter->Value(std::move(value));
+          }
+        } else {
+          break;
+        }
+      }
+      if (!Contains(line, "@EndParameter")) return TemplateError(true);
+    }
+  }
+
+  bool TemplateError(bool with_period) {
+    // Before the first template there is no name to show.
+    std::string name = current_ ? current_->Name() : std::string();
+    std::string text = FormatMessage(with_period ? kTemplateError : kTemplateErrorNoPeriod,
+                                     {set_.filename(), name, std::to_string(line_counter_)});
+    ui::CurrentMessageBox().Show(text, ui::kMbOk, set_.ProductName());
+    return false;
+  }
+
+  ExprTemplates& set_;
+  TemplateFileInput& file_;
+  int32_t& line_counter_;
+  char lookahead_ = kCr;
+  ExprTemplateRef current_;
+  bool inside_ = false;
+  // Reset only when a body is read, so a template without a body is checked against the
+  // count of the template before it.
+  int16_t parameter_blocks_ = 0;
+};
+
+}  // namespace
+
+std::string TemplateFileInput::ReadLine(char& lookahead) {
+  if (AtEnd()) Raise(kErrInputPastEnd);
+  std::string line;
+  if (lookahead != kCr && lookahead != kLf) line.push_back(lookahead);
+  const char* data = bytes_.data();
+  const size_t size = bytes_.size();
+  size_t end = pos_;
+  while (end < size && data[end] != kCr && data[end] != kLf) ++end;
+  if (end < size) {
+    line.append(data + pos_, end - pos_);
+    pos_ = end + 1;
+  } else {
+    // The character whose reading reaches the end of the file is not kept.
+    line.append(data + pos_, size - pos_ - 1);
+    pos_ = size;
+  }
+  if (!AtEnd()) lookahead = data[pos_++];
+  return line;
+}
+
+void SortedTextList::AddItem(std::string text) {
+  items_.push_back(std::move(text));
+  sorted_ = false;
+}
+
+const std::string& SortedTextList::List(int32_t index) const {
+  if (index < 0 || static_cast<size_t>(index) >= items_.size()) Raise(kErrSubscript);
+  if (!sorted_) {
+    std::stable_sort(items_.begin(), items_.end(), [](const std::string& a, const std::string& b) {
+      return LowerCase(a) < LowerCase(b);
+    });
+    sorted_ = true;
+  }
+  return items_[static_cast<size_t>(index)];
+}
+
+ExprTemplates::~ExprTemplates() {
+  templates_.ForEach([](const ExprTemplateRef& t) { --t->holders_.count; });
+}
+
+void ExprTemplates::filename(std::string path) {
+  if (!templates_.Empty() && path == filename_) return;
+  filename_ = std::move(path);
+  if (!filename_.empty()) OpenandParseTemplateFile();
+}
+
+bool ExprTemplates::LoadFrom(std::string path) {
+  filename_ = std::move(path);
+  return OpenandParseTemplateFile();
+}
+
+ExprTemplateRef ExprTemplates::FindExact(const std::string& name) {
+  return by_name_.Find(templates_, name);
+}
+
+ExprTemplateRef ExprTemplates::Add(ExprTemplateRef template_) {
+  if (!template_) Raise(kErrObjectNotSet);
+  if (ExprTemplateRef existing = FindExact(template_->Name())) return existing;
+  template_->parameters_.ForEach([](const ExprParameterRef& p) {
+    if (p->Value().empty()) p->Value(p->DefaultValue());
+  });
+  templates_.Add(template_, template_->Name());
+  ++template_->holders_.count;
+  by_name_.Appended(templates_);
+  return template_;
+}
+
+int16_t ExprTemplates::Count() const {
+  return CheckedInt16(templates_.Count());
+}
+
+void ExprTemplates::Delete(int16_t position) {
+  if (templates_.Empty()) return;
+  ExprTemplateRef removed = templates_.Item(position);
+  templates_.Remove(position);
+  --removed->holders_.count;
+  by_name_.Invalidate();
+}
+
+void ExprTemplates::Delete(std::string_view name) {
+  if (templates_.Empty() || name.empty()) return;
+  for (int32_t i = 1; i <= templates_.Count(); ++i) {
+    if (templates_.Item(i)->Name() == name) {
+      Delete(CheckedInt16(i));
+      return;
+    }
+  }
+}
+
+void ExprTemplates::FreeTemplates() {
+  // Releasing all at once frees them in the same order as one by one from the first.
+  templates_.ForEach([](const ExprTemplateRef& t) {
+    t->FreeParameterValuePairs();
+    --t->holders_.count;
+  });
+  templates_.Clear();
+  by_name_.Invalidate();
+}
+
+ExprTemplateRef ExprTemplates::Item(int16_t position) const {
+  if (position < 1 || position > templates_.Count()) return nullptr;
+  return templates_.Item(position);
+}
+
+ExprTemplateRef ExprTemplates::Item(std::string_view name) const {
+  if (templates_.Empty() || name.empty()) return nullptr;
+  const ExprTemplateRef* found = templates_.Find(name);
+  return found ? *found : nullptr;
+}
+
+std::string ExprTemplates::ReturnEntireString(char& lookahead, TemplateFileInput& file,
+                                              int32_t& line_counter, std::string_view end_marker) {
+  std::string result;
+  while (true) {
+    std::string raw = file.ReadLine(lookahead);
+    if (file.AtEnd()) return result;
+    ++line_counter;
+    std::string_view line = Trim(raw);
+    if (line == end_marker) return result;
+    if (!result.empty()) result.append(kCrLf);
+    result.append(line);
+  }
+}
+
+bool ExprTemplates::OpenandParseTemplateFile() {
+  FreeTemplates();
+  int32_t line_counter = 0;
+  bool ok = false;
+  if (!DirectoryLookupFinds(filename_)) {
+    ok = true;
+  } else {
+    try {
+      TemplateFileInput file(ReadWholeFile(filename_));
+      ok = Loader(*this, file, line_counter).Run();
+    } catch (...) {
+      Error error = CurrentError();
+      if (error.Number() == kErrFileNotFound)
+        ui::CurrentMessageBox().Show(std::string(kCannotLocate) + filename_, ui::kMbOk,
+                                     product_name_);
+      else
+        ReportError("OpenandParseTemplateFile(ExprTemplates)", error);
+      ok = false;
+    }
+  }
+  modified_ = false;
+  return ok;
+}
+
+std::string ExprTemplates::FileText() const {
+  std::string out;
+  auto line = [&out](std::string_view a, std::string_view b = {}) {
+    out.append(a);
+    out.append(b);
+    out.append(kCrLf);
+  };
+  templates_.ForEach([&](const ExprTemplateRef& t) {
+    line("@BeginTemplate ", t->Name());
+    line("  @BeginDescription");
+    line("    ", t->Description());
+    line("  @EndDescription");
+    line("  @BeginBody");
+    line(t->Body());
+    line("  @EndBody");
+    t->Parameters().ForEach([&](const ExprParameterRef& p) {
+      line("  @BeginParameter");
+      line("    @Name=", p->Name());
+      line("    @BeginDescription");
+      line("      ", p->Description());
+      line("    @EndDescription");
+      line("    @DefaultValue=", p->DefaultValue());
+      line("  @EndParameter");
+    });
+    line("@EndTemplate ", t->Name());
+  });
+  return out;
+}
+
+void ExprTemplates::WriteToFile() const {
+  if (filename_.empty()) Raise(kErrBadFileNameOrNumber);
+  WriteFileAtomic(filename_, FileText());
+}
+
+bool ExprTemplates::CopyandSortName(ExprTemplates& target, SortedTextList& sorter) {
+  target.filename(filename_);
+  sorter.Clear();
+  templates_.ForEach([&sorter](const ExprTemplateRef& t) { sorter.AddItem(t->Name()); });
+  for (int32_t i = 0; i < sorter.ListCount(); ++i) {
+    if (ExprTemplateRef found = Item(sorter.List(i))) target.Add(found);
+  }
+  return true;
+}
+
+std::vector<ExprTemplateRef> ExprTemplates::NewEnum() const {
+  std::vector<ExprTemplateRef> all;
+  all.reserve(static_cast<size_t>(templates_.Count()));
+  templates_.ForEach([&all](const ExprTemplateRef& t) { all.push_back(t); });
+  return all;
+}
+
+}  // namespace kx
