@@ -18,9 +18,9 @@ namespace fs = std::filesystem;
 class TemplateFileTest : public testing::Test {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("kx_tpl_" + std::to_string(::getpid()) + "_" +
-            testing::UnitTest::GetInstance()->current_test_info()->name());
+    dir_ =
+        fs::temp_directory_path() / ("kx_tpl_" + std::to_string(::getpid()) + "_" +
+                                     testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::create_directories(dir_);
     set_.ProductName("Product");
   }
@@ -169,12 +169,13 @@ TEST_F(TemplateFileTest, LoadsWhatTheFormatAllows) {
   EXPECT_EQ(set_.Item("A")->Body(), "first");
 
   // Defaults: the last one wins, an empty one changes nothing; blank lines inside blocks.
-  EXPECT_TRUE(Load("@BeginTemplate T\r\n@BeginBody\r\n\r\n  <<p>>  \r\n\r\nb\r\n@EndBody\r\n"
-                   "@BeginParameter\r\n@Name=p\r\n@DefaultValue=one\r\n@DefaultValue=\r\n"
-                   "@BeginDescription\r\n@EndDescription\r\n@DefaultValue= two \r\n"
-                   "@EndParameter\r\n@EndTemplate\r\n"
-                   "@BeginTemplate U\r\n@BeginBody\r\n<<p>>\r\n@EndBody\r\n@BeginParameter\r\n"
-                   "@Name=p\r\n@DefaultValue=\r\n@EndParameter\r\n@EndTemplate\r\n"));
+  EXPECT_TRUE(
+      Load("@BeginTemplate T\r\n@BeginBody\r\n\r\n  <<p>>  \r\n\r\nb\r\n@EndBody\r\n"
+           "@BeginParameter\r\n@Name=p\r\n@DefaultValue=one\r\n@DefaultValue=\r\n"
+           "@BeginDescription\r\n@EndDescription\r\n@DefaultValue= two \r\n"
+           "@EndParameter\r\n@EndTemplate\r\n"
+           "@BeginTemplate U\r\n@BeginBody\r\n<<p>>\r\n@EndBody\r\n@BeginParameter\r\n"
+           "@Name=p\r\n@DefaultValue=\r\n@EndParameter\r\n@EndTemplate\r\n"));
   EXPECT_EQ(set_.Item("T")->Body(), "<<p>>\r\n\r\nb");
   EXPECT_EQ(set_.Item("T")->ParameterbyIndex(1)->DefaultValue(), "two");
   EXPECT_EQ(set_.Item("T")->ParameterbyIndex(1)->Value(), "two");
@@ -208,9 +209,8 @@ TEST_F(TemplateFileTest, MalformedFilesGiveTheStatedMessages) {
            "@BeginParameter\r\n@Name=x\r\n@EndParameter\r\n@BeginParameter\r\n@Name=y\r\n",
        Period("B", 14), 1},
       // After a template with parameters, one without a body no longer matches the count.
-      {Head("B", "<<x>>") +
-           "@BeginParameter\r\n@Name=x\r\n@EndParameter\r\n@EndTemplate B\r\n"
-           "@BeginTemplate C\r\n@EndTemplate C\r\n",
+      {Head("B", "<<x>>") + "@BeginParameter\r\n@Name=x\r\n@EndParameter\r\n@EndTemplate B\r\n"
+                            "@BeginTemplate C\r\n@EndTemplate C\r\n",
        Period("C", 10), 1},
       {Simple("A") + "  @EndBody\r\n", "Template file: %F is invalid.", 1},
       {"@BeginTemplate A\r\n@BeginBody\r\nx\r\n@EndBody\r\n", "Input past end of file (62)", 0},
@@ -228,7 +228,9 @@ TEST_F(TemplateFileTest, MalformedFilesGiveTheStatedMessages) {
     EXPECT_EQ(Shown(), expected) << i;
     bool template_error = cases[i].message.rfind("Template file: %F is invalid. P", 0) == 0;
     EXPECT_EQ(box_.shown[0].caption, template_error ? "Product" : "") << i;
-    EXPECT_EQ(box_.shown[0].flags, template_error ? ui::kMbOk : Shown().back() == ')' ? 16 : 0)
+    EXPECT_EQ(box_.shown[0].flags, template_error          ? ui::kMbOk
+                                   : Shown().back() == ')' ? 16
+                                                           : 0)
         << i;
     EXPECT_EQ(set_.Count(), cases[i].loaded) << i;
     EXPECT_FALSE(set_.TemplateFileModified()) << i;

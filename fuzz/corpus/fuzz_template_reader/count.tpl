@@ -1,0 +1,10 @@
+@BeginTemplate B
+@EndTemplate B
+@BeginTemplate C
+  @BeginBody
+<<x>><<y>>
+  @EndBody
+  @BeginParameter
+    @Name=x
+  @EndParameter
+@EndTemplate C

@@ -1,0 +1,1 @@
+@BeginTemplate A@BeginDescription d  x@EndDescription@BeginBody<<p>>@EndBody@BeginParameter@Name=p@DefaultValue=v@EndParameter@EndTemplate

@@ -1,0 +1,5 @@
+@BeginTemplate A
+@BeginBody
+<<a>> <<b
+@EndBody
+@EndTemplate A

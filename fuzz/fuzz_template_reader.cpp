@@ -1,0 +1,45 @@
+// Any bytes as a template file: the reader must end with a result (never crash or hang),
+// and what it loads must survive a write and a second load unchanged.
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "runtime/files.h"
+#include "templates/templates.h"
+#include "ui/message_box.h"
+
+namespace {
+
+class SilentMessageBox : public kx::ui::MessageBox {
+ public:
+  int Show(const std::string&, int, const std::string&) override { return kx::ui::kAnswerOk; }
+};
+
+const std::string& ScratchPath() {
+  static const std::string path =
+      std::string(::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/kx_fuzz_template_" +
+      std::to_string(::getpid()) + ".tpl";
+  return path;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static SilentMessageBox box;
+  static kx::ui::ScopedMessageBox guard(box);
+  const std::string& path = ScratchPath();
+  kx::WriteWholeFile(path, std::string(reinterpret_cast<const char*>(data), size));
+
+  kx::ExprTemplates first;
+  first.ProductName("fuzz");
+  if (!first.LoadFrom(path)) return 0;
+  std::string written = first.FileText();
+  kx::WriteWholeFile(path, written);
+  kx::ExprTemplates second;
+  if (!second.LoadFrom(path) || second.FileText() != written || second.Count() != first.Count())
+    std::abort();
+  return 0;
+}
