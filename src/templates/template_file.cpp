@@ -1,6 +1,8 @@
 #include <fnmatch.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 
@@ -53,6 +55,23 @@ bool DirectoryLookupFinds(const std::string& path) {
   return false;
 }
 
+// The whole file in one allocation; anything unusual goes the general way, which also
+// raises the platform's error for a file that cannot be opened.
+std::string ReadTemplateFile(const std::string& path) {
+  std::FILE* f = std::fopen(path.c_str(), "rb");
+  if (!f) return ReadWholeFile(path);
+  struct stat st {};
+  std::string bytes;
+  bool whole = ::fstat(::fileno(f), &st) == 0 && S_ISREG(st.st_mode);
+  if (whole) {
+    bytes.resize(static_cast<size_t>(st.st_size));
+    whole = std::fread(bytes.data(), 1, bytes.size(), f) == bytes.size() && std::fgetc(f) == EOF &&
+            !std::ferror(f);
+  }
+  std::fclose(f);
+  return whole ? bytes : ReadWholeFile(path);
+}
+
 // The loader's state machine over one open file.
 class Loader {
  public:
@@ -62,7 +81,7 @@ class Loader {
   bool Run() {
     while (true) {
       if (file_.AtEnd()) return true;
-      std::string line = ReadLine();
+      std::string_view line = ReadLine();
       if (Contains(line, "@BeginTemplate")) {
         // A template that was begun and never ended is dropped here.
         current_ = std::make_shared<ExprTemplate>();
@@ -100,8 +119,9 @@ class Loader {
   }
 
  private:
-  std::string ReadLine() {
-    std::string line(Trim(file_.ReadLine(lookahead_)));
+  // The next line, trimmed; valid until the next read.
+  std::string_view ReadLine() {
+    std::string_view line = Trim(file_.ReadLineView(lookahead_, scratch_));
     ++line_counter_;
     return line;
   }
@@ -111,7 +131,7 @@ class Loader {
   }
 
   // Reads the parameter blocks after a body; `line` ends as the line that follows them.
-  bool ReadParameterBlocks(std::string& line) {
+  bool ReadParameterBlocks(std::string_view& line) {
     while (true) {
       line = ReadLine();
       if (!Contains(line, "@BeginParameter")) return true;
@@ -153,6 +173,7 @@ class Loader {
   TemplateFileInput& file_;
   int32_t& line_counter_;
   char lookahead_ = kCr;
+  std::string scratch_;
   ExprTemplateRef current_;
   bool inside_ = false;
   // Reset only when a body is read, so a template without a body is checked against the
@@ -163,20 +184,33 @@ class Loader {
 }  // namespace
 
 std::string TemplateFileInput::ReadLine(char& lookahead) {
+  std::string scratch;
+  return std::string(ReadLineView(lookahead, scratch));
+}
+
+std::string_view TemplateFileInput::ReadLineView(char& lookahead, std::string& scratch) {
   if (AtEnd()) Raise(kErrInputPastEnd);
-  std::string line;
-  if (lookahead != kCr && lookahead != kLf) line.push_back(lookahead);
-  const char* data = bytes_.data();
-  const size_t size = bytes_.size();
-  size_t end = pos_;
-  while (end < size && data[end] != kCr && data[end] != kLf) ++end;
-  if (end < size) {
-    line.append(data + pos_, end - pos_);
+  const std::string_view data = bytes_;
+  const size_t start = pos_;
+  size_t end = start;
+  while (end < data.size() && data[end] != kCr && data[end] != kLf) ++end;
+  size_t stop = end;
+  if (end < data.size()) {
     pos_ = end + 1;
   } else {
     // The character whose reading reaches the end of the file is not kept.
-    line.append(data + pos_, size - pos_ - 1);
-    pos_ = size;
+    stop = data.size() - 1;
+    pos_ = data.size();
+  }
+  std::string_view line;
+  if (lookahead == kCr || lookahead == kLf) {
+    line = data.substr(start, stop - start);
+  } else if (start > 0 && data[start - 1] == lookahead) {
+    line = data.substr(start - 1, stop - start + 1);
+  } else {
+    scratch.assign(1, lookahead);
+    scratch.append(data.substr(start, stop - start));
+    line = scratch;
   }
   if (!AtEnd()) lookahead = data[pos_++];
   return line;
@@ -275,8 +309,9 @@ ExprTemplateRef ExprTemplates::Item(std::string_view name) const {
 std::string ExprTemplates::ReturnEntireString(char& lookahead, TemplateFileInput& file,
                                               int32_t& line_counter, std::string_view end_marker) {
   std::string result;
+  std::string scratch;
   while (true) {
-    std::string raw = file.ReadLine(lookahead);
+    std::string_view raw = file.ReadLineView(lookahead, scratch);
     if (file.AtEnd()) return result;
     ++line_counter;
     std::string_view line = Trim(raw);
@@ -294,7 +329,7 @@ bool ExprTemplates::OpenandParseTemplateFile() {
     ok = true;
   } else {
     try {
-      TemplateFileInput file(ReadWholeFile(filename_));
+      TemplateFileInput file(ReadTemplateFile(filename_));
       ok = Loader(*this, file, line_counter).Run();
     } catch (...) {
       Error error = CurrentError();

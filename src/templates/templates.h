@@ -55,33 +55,52 @@ struct HolderCount {
 };
 
 // Finds the first item (in collection order) whose Name() equals a name exactly, in O(1) on
-// average: the answer of a linear walk, kept in step with appends and renames.
+// average: the answer of a linear walk, kept in step with appends, removals and renames.
+// While every item's key is its name, the collection's own key index answers (keys are
+// unique ignoring case, so at most one item can match exactly); after a rename it keeps a
+// map of its own.
 template <typename T>
 class ExactNameIndex {
  public:
-  std::shared_ptr<T> Find(const Collection<std::shared_ptr<T>>& items, const std::string& name) {
-    if (!valid_ || epoch_ != NameEpoch()) Rebuild(items);
+  using Items = Collection<std::shared_ptr<T>>;
+
+  std::shared_ptr<T> Find(const Items& items, const std::string& name) {
+    if (stale_ || epoch_ != NameEpoch()) Refresh(items);
+    if (keys_are_names_) {
+      const std::shared_ptr<T>* found = items.Find(name);
+      return found && (*found)->Name() == name ? *found : nullptr;
+    }
     auto it = first_.find(name);
     return it == first_.end() ? nullptr : items.Item(it->second);
   }
-  // Call after appending the item at the end of `items`.
-  void Appended(const Collection<std::shared_ptr<T>>& items) {
-    if (valid_ && epoch_ == NameEpoch())
-      first_.try_emplace(items.Item(items.Count())->Name(), items.Count());
+  // Call after appending an item at the end of `items`.
+  void Appended(const Items& items) {
+    if (stale_ || epoch_ != NameEpoch()) return Refresh(items);
+    const int32_t last = items.Count();
+    const std::string& name = items.Item(last)->Name();
+    if (keys_are_names_ && items.KeyAt(last) == name) return;
+    if (keys_are_names_) return Refresh(items);
+    first_.try_emplace(name, last);
   }
-  void Invalidate() { valid_ = false; }
+  // Call after removing items.
+  void Invalidate() { stale_ = true; }
 
  private:
-  void Rebuild(const Collection<std::shared_ptr<T>>& items) {
+  void Refresh(const Items& items) {
     first_.clear();
-    for (int32_t i = 1; i <= items.Count(); ++i) first_.try_emplace(items.Item(i)->Name(), i);
-    valid_ = true;
+    keys_are_names_ = true;
+    for (int32_t i = 1; i <= items.Count() && keys_are_names_; ++i)
+      keys_are_names_ = items.KeyAt(i) == items.Item(i)->Name();
+    if (!keys_are_names_)
+      for (int32_t i = 1; i <= items.Count(); ++i) first_.try_emplace(items.Item(i)->Name(), i);
+    stale_ = false;
     epoch_ = NameEpoch();
   }
 
   std::unordered_map<std::string, int32_t> first_;
   uint64_t epoch_ = 0;
-  bool valid_ = false;
+  bool stale_ = true;
+  bool keys_are_names_ = true;
 };
 
 }  // namespace detail
@@ -167,6 +186,9 @@ class TemplateFileInput {
   // character read last before the end of the file is never part of a line. Reading at the
   // end of the file raises 62.
   std::string ReadLine(char& lookahead);
+  // The same line as a view: into the file's bytes, where the line always lies whole when the
+  // lookahead came from the file, else into `scratch`. Valid until the next read.
+  std::string_view ReadLineView(char& lookahead, std::string& scratch);
 
  private:
   std::string bytes_;

@@ -1,0 +1,134 @@
+// Template files: load and write speed on generated files of 10,000 and 20,000 templates
+// (about 5 and 10 MB), and how load time grows from one to the other (linear is 2.0).
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+#include <filesystem>
+#include <map>
+#include <string>
+
+#include "runtime/files.h"
+#include "templates/templates.h"
+#include "ui/message_box.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A set of `count` templates, each with a two-line description, a three-line body and
+// three parameters, about 500 bytes in the file.
+std::unique_ptr<kx::ExprTemplates> MakeSet(int count) {
+  auto set = std::make_unique<kx::ExprTemplates>();
+  for (int i = 0; i < count; ++i) {
+    auto t = std::make_shared<kx::ExprTemplate>();
+    std::string n = std::to_string(i);
+    t->Name("Template" + n);
+    t->Description("Generated template number " + n + "\r\nfor the load benchmark");
+    t->Body("If Trim(<<Field" + n +
+            ">>) = \"\" Then\r\nReturn <<Default>>\r\nElse Return Left(<<Field" + n +
+            ">>, <<Length>>)");
+    t->ExtractandAddParams();
+    t->ParameterbyIndex(1)->DefaultValue("^f");
+    t->ParameterbyIndex(1)->Description("Field to test");
+    t->ParameterbyIndex(2)->DefaultValue("\"none\"");
+    t->ParameterbyIndex(3)->DefaultValue("^?");
+    t->ParameterbyIndex(3)->Description("How many characters to keep");
+    set->Add(t);
+  }
+  return set;
+}
+
+// The generated file for `count` templates, written once per run.
+const std::string& FileFor(int count) {
+  static std::map<int, std::string> paths;
+  auto it = paths.find(count);
+  if (it != paths.end()) return it->second;
+  std::string path =
+      (fs::temp_directory_path() /
+       ("kx_bench_templates_" + std::to_string(::getpid()) + "_" + std::to_string(count) + ".tpl"))
+          .string();
+  kx::WriteWholeFile(path, MakeSet(count)->FileText());
+  return paths.emplace(count, path).first->second;
+}
+
+struct Cleanup {
+  ~Cleanup() {
+    std::error_code ec;
+    for (int count : {10000, 20000})
+      fs::remove(fs::temp_directory_path() / ("kx_bench_templates_" + std::to_string(::getpid()) +
+                                              "_" + std::to_string(count) + ".tpl"),
+                 ec);
+  }
+} cleanup;
+
+void LoadOnce(const std::string& path, benchmark::State& state) {
+  kx::ExprTemplates set;
+  if (!set.LoadFrom(path)) state.SkipWithError("the generated file did not load");
+  benchmark::DoNotOptimize(set.Count());
+}
+
+void BM_Load(benchmark::State& state) {
+  const std::string& path = FileFor(static_cast<int>(state.range(0)));
+  kx::ui::RecordingMessageBox box;
+  kx::ui::ScopedMessageBox guard(box);
+  for (auto _ : state) LoadOnce(path, state);
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(fs::file_size(path)));
+}
+BENCHMARK(BM_Load)->Arg(10000)->Arg(20000)->Unit(benchmark::kMillisecond);
+
+void BM_Write(benchmark::State& state) {
+  std::string path = FileFor(static_cast<int>(state.range(0)));
+  kx::ExprTemplates set;
+  set.LoadFrom(path);
+  // The writer's bytes, written in place (WriteToFile adds an fsync, which measures the disk).
+  std::string out = path + ".out";
+  for (auto _ : state) {
+    std::string bytes = set.FileText();
+    kx::WriteWholeFile(out, bytes);
+    benchmark::DoNotOptimize(bytes.data());
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(fs::file_size(path)));
+  std::error_code ec;
+  fs::remove(out, ec);
+}
+BENCHMARK(BM_Write)->Arg(10000)->Arg(20000)->Unit(benchmark::kMillisecond);
+
+double ThreadSeconds() {
+  timespec ts{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+// Thread CPU seconds of one load into an empty set (releasing the set is not counted).
+double TimedLoad(const std::string& path, benchmark::State& state) {
+  kx::ExprTemplates set;
+  double start = ThreadSeconds();
+  bool loaded = set.LoadFrom(path);
+  double seconds = ThreadSeconds() - start;
+  if (!loaded) state.SkipWithError("the generated file did not load");
+  return seconds;
+}
+
+// Loads 10,000 and 20,000 templates in turn; "ratio" is the larger's time over the
+// smaller's (target: at most 2.2), each the best of the iterations in thread CPU time, so
+// that other work on a shared machine does not blur it.
+void BM_LoadScaling(benchmark::State& state) {
+  const std::string& small = FileFor(10000);
+  const std::string& large = FileFor(20000);
+  kx::ui::RecordingMessageBox box;
+  kx::ui::ScopedMessageBox guard(box);
+  double best_small = 1e9, best_large = 1e9;
+  for (auto _ : state) {
+    best_small = std::min(best_small, TimedLoad(small, state));
+    best_large = std::min(best_large, TimedLoad(large, state));
+  }
+  state.counters["small_ms"] = best_small * 1e3;
+  state.counters["large_ms"] = best_large * 1e3;
+  state.counters["ratio"] = best_large / best_small;
+}
+BENCHMARK(BM_LoadScaling)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+
+}  // namespace
