@@ -1,5 +1,8 @@
 // kxexpr templates list|show|check|rewrite FILE: read, inspect and rewrite template files.
 
+#include <unistd.h>
+
+#include <filesystem>
 #include <memory>
 #include <ostream>
 
@@ -7,6 +10,7 @@
 #include "runtime/files.h"
 #include "runtime/text.h"
 #include "templates/templates.h"
+#include "ui/message_box.h"
 
 namespace kx::cli {
 
@@ -28,6 +32,25 @@ bool Load(Context& context, const std::string& path, ExprTemplates& set) {
     return false;
   }
   return true;
+}
+
+// Whether `text`, the canonical form of a set, loads back to the same set. A template name
+// holding "@BeginParameter" does not: its end line would start a parameter block.
+bool ReadsBack(const std::string& text) {
+  namespace fs = std::filesystem;
+  fs::path scratch =
+      fs::temp_directory_path() / ("kxexpr-rewrite-" + std::to_string(::getpid()) + ".tpl");
+  WriteWholeFile(scratch, text);
+  ui::RecordingMessageBox quiet;
+  bool same = false;
+  {
+    ui::ScopedMessageBox guard(quiet);
+    ExprTemplates again;
+    same = again.LoadFrom(scratch.string()) && again.FileText() == text;
+  }
+  std::error_code ec;
+  fs::remove(scratch, ec);
+  return same;
 }
 
 std::string Quoted(const std::string& value) {
@@ -125,6 +148,13 @@ CommandRegistrar reg(20, [](CLI::App& app, Context& context) {
   rewrite->callback([&context, path] {
     ExprTemplates set;
     if (!Load(context, *path, set)) return;
+    if (!ReadsBack(set.FileText())) {
+      context.err << "kxexpr: " << *path
+                  << " is left as it is: its canonical form would not load back the same"
+                     " (a template name may not contain \"@BeginParameter\")\n";
+      context.exit_code = 1;
+      return;
+    }
     set.WriteToFile();
     context.out << "Rewrote " << *path << ": " << set.Count() << " templates\n";
   });

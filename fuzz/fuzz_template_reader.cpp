@@ -36,6 +36,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kx::ExprTemplates first;
   first.ProductName("fuzz");
   if (!first.LoadFrom(path)) return 0;
+  // A template name holding "@BeginParameter" turns its own end line into a parameter block
+  // when read back: a limit of the file format, which `rewrite` refuses to write.
+  for (const kx::ExprTemplateRef& t : first)
+    if (t->Name().find("@BeginParameter") != std::string::npos) return 0;
   std::string written = first.FileText();
   kx::WriteWholeFile(path, written);
   kx::ExprTemplates second;

@@ -121,6 +121,15 @@ TEST_F(TemplatesCliTest, RewriteWritesTheCanonicalFormOnlyForFilesThatLoad) {
   // No temporary file is left behind.
   EXPECT_EQ(std::distance(fs::directory_iterator(dir_), fs::directory_iterator()), 1);
 
+  // A name that would turn its own end line into a parameter block is not written.
+  std::string trap = "@BeginTemplate x@BeginParameter\r\n@EndTemplate\r\n";
+  Write(trap);
+  EXPECT_EQ(RunTemplates({"check", path}).status, 0);
+  Result kept = RunTemplates({"rewrite", path});
+  EXPECT_EQ(kept.status, 1);
+  EXPECT_NE(kept.err.find("is left as it is"), std::string::npos) << kept.err;
+  EXPECT_EQ(ReadWholeFile(path), trap);
+
   // The sample file is already in canonical form.
   fs::copy_file(sample_, dir_ / "s.tpl");
   EXPECT_EQ(RunTemplates({"rewrite", (dir_ / "s.tpl").string()}).status, 0);
