@@ -68,7 +68,8 @@ std::string ReadTemplateFile(const std::string& path) {
             !std::ferror(f);
   }
   std::fclose(f);
-  return whole ? bytes : ReadWholeFile(path);
+  if (whole) return bytes;
+  return ReadWholeFile(path);
 }
 
 // The loader's state machine over one open file.
