@@ -88,7 +88,7 @@ void Show(Context& context, const ExprTemplate& t) {
   PrintIndented(out, t.Description(), "  ");
   out << "Body:\n";
   PrintIndented(out, t.Body(), "  ");
-  out << "Parameters: " << t.ParameterCount() << '\n';
+  out << "Parameters: " << t.Parameters().Count() << '\n';
   int position = 0;
   t.Parameters().ForEach([&](const ExprParameterRef& p) {
     out << "  " << ++position << ". " << p->Name() << '\n';
@@ -137,7 +137,7 @@ CommandRegistrar reg(20, [](CLI::App& app, Context& context) {
   check->callback([&context, path] {
     ExprTemplates set;
     if (Load(context, *path, set))
-      context.out << *path << ": " << set.Count() << " templates, OK\n";
+      context.out << *path << ": " << set.NewEnum().size() << " templates, OK\n";
   });
 
   auto* rewrite = templates->add_subcommand(
@@ -156,7 +156,7 @@ CommandRegistrar reg(20, [](CLI::App& app, Context& context) {
       return;
     }
     set.WriteToFile();
-    context.out << "Rewrote " << *path << ": " << set.Count() << " templates\n";
+    context.out << "Rewrote " << *path << ": " << set.NewEnum().size() << " templates\n";
   });
 });
 
