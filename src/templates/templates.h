@@ -2,7 +2,6 @@
 // Expression templates: named expression bodies with "<<name>>" parameters, the set of
 // templates of one template file, and that file's reader and writer.
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
