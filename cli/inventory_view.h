@@ -1,0 +1,47 @@
+#pragma once
+// What `kxexpr list` and `kxexpr set` share: the walkers by name, and the two ways an
+// inventory is shown (a table for people, JSON for programs). Keys hold the escape
+// character; neither form ever writes it raw.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "inventory/expression_list.h"
+
+namespace kx::cli {
+
+struct Walk {
+  std::string name;    // short name, e.g. "sort-fields"
+  std::string member;  // the ExpressionList member, e.g. "BuildSortFieldExpressionList"
+  int type;            // the expression type it lists; -1 for a composite
+  bool takes_parameters_flag;
+  std::function<void(ExpressionList&, bool parameters_only)> run;
+};
+
+// The eleven single walkers in type order, then the three composites.
+const std::vector<Walk>& Walks();
+// By short name or member name (ignoring case); null when unknown.
+const Walk* FindWalk(std::string_view name);
+// The single walker that lists `type` (0-10); null otherwise.
+const Walk* WalkForType(int type);
+
+// Text made safe for a terminal: the escape character shows as "␛" and the other control
+// characters as their control pictures; bytes that are not UTF-8 are read as Windows-1252.
+std::string Visible(std::string_view text);
+// The inverse for keys typed by a user: "␛" becomes the escape character again.
+std::string KeyFromVisible(std::string_view text);
+
+using RecordList = std::vector<std::shared_ptr<ExpressionInfo>>;
+
+std::string FormatTable(const RecordList& records);
+std::string FormatJson(const RecordList& records);
+
+// A JSON string literal for byte text (escapes control characters; Windows-1252 for bytes
+// that are not UTF-8).
+std::string JsonString(std::string_view text);
+
+}  // namespace kx::cli
