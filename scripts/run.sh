@@ -5,4 +5,5 @@ cd "$(dirname "$0")/.."
 scripts/deps.sh run
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(nproc)" --target kxexpr >/dev/null
-exec build/release/kxexpr catalogue "$@"
+echo "kxexpr: the desktop window is not built yet; here is the sample conversion's expression inventory."
+exec build/release/kxexpr list data/sample-conversion.json "$@"
