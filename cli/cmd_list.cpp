@@ -56,6 +56,10 @@ void RunList(const ListOptions& o, Context& context) {
     for (const Walk& w : Walks())
       if (w.type >= 0) walks.push_back(&w);
   }
+  // JSON goes out walker by walker, so that neither one walker's records nor the text
+  // outlive it; the table needs every row for its column widths.
+  std::string json = "[";
+  bool first = true;
   for (const Walk* w : walks) {
     ExpressionList list;
     list.SetSourceControl(document->Source());
@@ -66,12 +70,23 @@ void RunList(const ListOptions& o, Context& context) {
       failure = CurrentError();
       failed = w;
     }
-    Collect(list, records);
+    if (o.json) {
+      for (int32_t i = 1; i <= list.Count(); ++i) {
+        AppendJsonRecord(json, *list.Item(Variant(i)), first);
+        if (json.size() > (1u << 20)) {
+          context.out << json;
+          json.clear();
+        }
+      }
+    } else {
+      Collect(list, records);
+    }
     if (failed) break;
   }
 
   if (o.json) {
-    context.out << FormatJson(records);
+    json += first ? "]\n" : "\n]\n";
+    context.out << json;
   } else {
     context.out << FormatTable(records);
     context.out << records.size() << (records.size() == 1 ? " expression\n" : " expressions\n");

@@ -182,12 +182,33 @@ std::string FormatTable(const RecordList& records) {
   return out;
 }
 
-std::string JsonString(std::string_view text) {
-  std::string utf8 = AsUtf8(text);
-  std::string out;
-  out.reserve(utf8.size() + 2);
-  out += '"';
-  for (unsigned char c : utf8) {
+namespace {
+
+// Length of the UTF-8 sequence starting at text[i] (a byte >= 0x80), 0 when it is not one.
+size_t Utf8SequenceAt(std::string_view text, size_t i) {
+  const unsigned char c = static_cast<unsigned char>(text[i]);
+  const size_t n = c < 0xC2 ? 0 : c < 0xE0 ? 2 : c < 0xF0 ? 3 : c < 0xF5 ? 4 : 0;
+  if (n == 0 || i + n > text.size()) return 0;
+  for (size_t k = 1; k < n; ++k)
+    if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) return 0;
+  return n;
+}
+
+// Escapes `text` onto `out`; false (with `out` partly written) at the first byte that is
+// not UTF-8.
+bool AppendEscaped(std::string& out, std::string_view text) {
+  size_t run = 0;  // start of the bytes not yet copied
+  for (size_t i = 0; i < text.size(); ++i) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x80) {
+      const size_t n = Utf8SequenceAt(text, i);
+      if (n == 0) return false;
+      i += n - 1;
+      continue;
+    }
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(text.data() + run, i - run);
+    run = i + 1;
     switch (c) {
       case '"':
         out += "\\\"";
@@ -204,37 +225,66 @@ std::string JsonString(std::string_view text) {
       case '\t':
         out += "\\t";
         break;
-      default:
-        if (c < 0x20) {
-          char buf[8];
-          std::snprintf(buf, sizeof buf, "\\u%04x", c);
-          out += buf;
-        } else {
-          out += static_cast<char>(c);
-        }
+      default: {
+        static const char kHex[] = "0123456789abcdef";
+        out += "\\u00";
+        out += kHex[c >> 4];
+        out += kHex[c & 15];
+      }
     }
   }
+  out.append(text.data() + run, text.size() - run);
+  return true;
+}
+
+}  // namespace
+
+void AppendJsonString(std::string& out, std::string_view text) {
+  const size_t start = out.size();
   out += '"';
+  if (!AppendEscaped(out, text)) {
+    out.resize(start + 1);
+    AppendEscaped(out, AsUtf8(text));
+  }
+  out += '"';
+}
+
+std::string JsonString(std::string_view text) {
+  std::string out;
+  AppendJsonString(out, text);
   return out;
+}
+
+void AppendJsonRecord(std::string& out, const ExpressionInfo& r, bool& first) {
+  out += first ? "\n" : ",\n";
+  first = false;
+  out += "{\"ExpressionType\":";
+  out += std::to_string(r.ExpressionType);
+  out += ",\"ExpressionKey\":";
+  AppendJsonString(out, r.ExpressionKey);
+  out += ",\"Description\":";
+  AppendJsonString(out, r.Description);
+  out += ",\"ExpressionText\":";
+  AppendJsonString(out, r.ExpressionText);
+  out += ",\"ExpressionName\":";
+  AppendJsonString(out, r.ExpressionName);
+  out += ",\"RLName\":";
+  AppendJsonString(out, r.RLName);
+  out += ",\"RLOrdinalPosition\":";
+  out += std::to_string(r.RLOrdinalPosition);
+  out += ",\"EventOrdinalPosition\":";
+  out += std::to_string(r.EventOrdinalPosition);
+  out += ",\"ActionOrdinalPosition\":";
+  out += std::to_string(r.ActionOrdinalPosition);
+  out += ",\"OrdinalPosition\":";
+  out += std::to_string(r.OrdinalPosition);
+  out += '}';
 }
 
 std::string FormatJson(const RecordList& records) {
   std::string out = "[";
   bool first = true;
-  for (const auto& r : records) {
-    out += first ? "\n" : ",\n";
-    first = false;
-    out += "{\"ExpressionType\":" + std::to_string(r->ExpressionType);
-    out += ",\"ExpressionKey\":" + JsonString(r->ExpressionKey);
-    out += ",\"Description\":" + JsonString(r->Description);
-    out += ",\"ExpressionText\":" + JsonString(r->ExpressionText);
-    out += ",\"ExpressionName\":" + JsonString(r->ExpressionName);
-    out += ",\"RLName\":" + JsonString(r->RLName);
-    out += ",\"RLOrdinalPosition\":" + std::to_string(r->RLOrdinalPosition);
-    out += ",\"EventOrdinalPosition\":" + std::to_string(r->EventOrdinalPosition);
-    out += ",\"ActionOrdinalPosition\":" + std::to_string(r->ActionOrdinalPosition);
-    out += ",\"OrdinalPosition\":" + std::to_string(r->OrdinalPosition) + "}";
-  }
+  for (const auto& r : records) AppendJsonRecord(out, *r, first);
   out += first ? "]\n" : "\n]\n";
   return out;
 }

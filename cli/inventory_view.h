@@ -43,5 +43,8 @@ std::string FormatJson(const RecordList& records);
 // A JSON string literal for byte text (escapes control characters; Windows-1252 for bytes
 // that are not UTF-8).
 std::string JsonString(std::string_view text);
+void AppendJsonString(std::string& out, std::string_view text);
+// Appends one record of the JSON array, preceded by a separator unless it is the first.
+void AppendJsonRecord(std::string& out, const ExpressionInfo& record, bool& first);
 
 }  // namespace kx::cli

@@ -1,5 +1,6 @@
 // Reading and writing the conversion document.
 
+#include <cstdio>
 #include <initializer_list>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -92,7 +93,7 @@ class Reader {
 
   // Visits a member or element with the path extended, so that failures inside point at it.
   template <typename F>
-  auto At(const std::string& key, F&& f) {
+  auto At(std::string_view key, F&& f) {
     path_.emplace_back(key);
     struct Pop {
       std::vector<PathStep>& p;
@@ -110,7 +111,7 @@ class Reader {
     return f();
   }
 
-  void Object(const json& v, std::initializer_list<const char*> allowed) {
+  void Object(json& v, std::initializer_list<const char*> allowed) {
     if (!v.is_object()) Expected("an object", v);
     for (auto it = v.begin(); it != v.end(); ++it) {
       bool ok = false;
@@ -127,7 +128,7 @@ class Reader {
 
   // Calls f(element) for every element of the array member `key`, if present.
   template <typename F>
-  void Each(const json& obj, const char* key, F&& f) {
+  void Each(json& obj, const char* key, F&& f) {
     auto it = obj.find(key);
     if (it == obj.end()) return;
     At(key, [&] {
@@ -138,14 +139,14 @@ class Reader {
     });
   }
 
-  std::string String(const json& v, const char* what = "a string") {
+  std::string String(json& v, const char* what = "a string") {
     if (!v.is_string()) Expected(what, v);
-    return v.get<std::string>();
+    return std::move(v.get_ref<std::string&>());
   }
 
   // An expression: one string, or an array of lines joined by carriage return + line feed.
-  std::string Text(const json& v) {
-    if (v.is_string()) return v.get<std::string>();
+  std::string Text(json& v) {
+    if (v.is_string()) return std::move(v.get_ref<std::string&>());
     if (!v.is_array()) Expected("a text (a string or an array of lines)", v);
     std::string out;
     for (size_t i = 0; i < v.size(); ++i)
@@ -157,25 +158,25 @@ class Reader {
   }
 
   template <typename F>
-  auto Member(const json& obj, const char* key, F&& f) {
+  auto Member(json& obj, const char* key, F&& f) {
     return At(key, [&] { return f(obj.at(key)); });
   }
-  bool Has(const json& obj, const char* key) { return obj.find(key) != obj.end(); }
+  bool Has(json& obj, const char* key) { return obj.find(key) != obj.end(); }
 
-  std::string RequiredString(const json& obj, const char* key) {
+  std::string RequiredString(json& obj, const char* key) {
     if (!Has(obj, key)) Fail(std::string("missing member \"") + key + "\"", kErrInvalidCall);
-    return Member(obj, key, [&](const json& v) { return String(v); });
+    return Member(obj, key, [&](json& v) { return String(v); });
   }
 
-  bool Bool(const json& obj, const char* key) {
+  bool Bool(json& obj, const char* key) {
     if (!Has(obj, key)) return false;
-    return Member(obj, key, [&](const json& v) {
+    return Member(obj, key, [&](json& v) {
       if (!v.is_boolean()) Expected("true or false", v);
       return v.get<bool>();
     });
   }
 
-  int32_t Int(const json& v) {
+  int32_t Int(json& v) {
     if (!v.is_number_integer()) Expected("a whole number", v);
     if (v.is_number_unsigned()) {
       if (v.get<uint64_t>() > static_cast<uint64_t>(std::numeric_limits<int32_t>::max()))
@@ -188,8 +189,8 @@ class Reader {
     return static_cast<int32_t>(n);
   }
 
-  void ActionTypes(const json& root, Conversion& c) {
-    Each(root, "actionTypes", [&](const json& t) {
+  void ActionTypes(json& root, Conversion& c) {
+    Each(root, "actionTypes", [&](json& t) {
       Object(t, {"name", "parameters"});
       ActionType type;
       type.name = RequiredString(t, "name");
@@ -197,11 +198,11 @@ class Reader {
         At("name", [&]() -> int {
           Fail("action type \"" + type.name + "\" is defined twice", kErrInvalidCall);
         });
-      Each(t, "parameters", [&](const json& p) {
+      Each(t, "parameters", [&](json& p) {
         Object(p, {"name", "kind"});
         ParameterSpec spec;
         spec.name = RequiredString(p, "name");
-        if (Has(p, "kind")) spec.kind = Member(p, "kind", [&](const json& v) { return Int(v); });
+        if (Has(p, "kind")) spec.kind = Member(p, "kind", [&](json& v) { return Int(v); });
         type.parameters.push_back(std::move(spec));
       });
       type_index_[type.name] = c.action_types.size();
@@ -209,13 +210,13 @@ class Reader {
     });
   }
 
-  std::vector<Event> Events(const json& obj, const char* key, const Conversion& c) {
+  std::vector<Event> Events(json& obj, const char* key, const Conversion& c) {
     std::vector<Event> events;
-    Each(obj, key, [&](const json& e) {
+    Each(obj, key, [&](json& e) {
       Object(e, {"name", "actions"});
       Event event;
       event.name = RequiredString(e, "name");
-      Each(e, "actions", [&](const json& a) {
+      Each(e, "actions", [&](json& a) {
         Object(a, {"type", "parameters"});
         Action action;
         std::string type = RequiredString(a, "type");
@@ -229,7 +230,7 @@ class Reader {
         action.parameters.resize(slots);
         if (Has(a, "parameters")) {
           At("parameters", [&] {
-            const json& ps = a.at("parameters");
+            json& ps = a.at("parameters");
             if (!ps.is_array()) Expected("an array of parameter texts", ps);
             if (ps.size() > slots)
               Fail("\"" + type + "\" has " + std::to_string(slots) + " parameter slots, " +
@@ -246,23 +247,23 @@ class Reader {
     return events;
   }
 
-  std::vector<std::string> Texts(const json& obj, const char* key) {
+  std::vector<std::string> Texts(json& obj, const char* key) {
     std::vector<std::string> texts;
-    Each(obj, key, [&](const json& v) { texts.push_back(Text(v)); });
+    Each(obj, key, [&](json& v) { texts.push_back(Text(v)); });
     return texts;
   }
 
-  RecordLayout Layout(const json& l, bool source, const Conversion& c) {
+  RecordLayout Layout(json& l, bool source, const Conversion& c) {
     if (source)
       Object(l, {"name", "fields", "dataChangeMonitors", "events"});
     else
       Object(l, {"name", "fields", "events"});
     RecordLayout layout;
     layout.name = RequiredString(l, "name");
-    Each(l, "fields", [&](const json& f) {
+    Each(l, "fields", [&](json& f) {
       Field field;
       if (f.is_string()) {
-        field.name = f.get<std::string>();
+        field.name = std::move(f.get_ref<std::string&>());
       } else {
         if (!f.is_object()) Expected("a field name (a string) or an object", f);
         if (source)
@@ -271,13 +272,13 @@ class Reader {
           Object(f, {"name", "expression"});
         field.name = RequiredString(f, "name");
         if (Has(f, "expression"))
-          field.expression = Member(f, "expression", [&](const json& v) { return Text(v); });
+          field.expression = Member(f, "expression", [&](json& v) { return Text(v); });
       }
       layout.fields.push_back(std::move(field));
     });
     if (source && Has(l, "dataChangeMonitors")) {
       At("dataChangeMonitors", [&] {
-        const json& m = l.at("dataChangeMonitors");
+        json& m = l.at("dataChangeMonitors");
         if (!m.is_array()) Expected("an array of up to 5 texts", m);
         if (m.size() > kMonitorCount)
           Fail("a record layout has 5 data change monitors, " + std::to_string(m.size()) + " given",
@@ -289,12 +290,11 @@ class Reader {
     return layout;
   }
 
-  std::optional<Side> ReadSide(const json& root, const char* key, bool source,
-                               const Conversion& c) {
+  std::optional<Side> ReadSide(json& root, const char* key, bool source, const Conversion& c) {
     auto it = root.find(key);
     if (it == root.end() || it->is_null()) return std::nullopt;
     return At(key, [&] {
-      const json& s = *it;
+      json& s = *it;
       if (source)
         Object(s,
                {"type", "recordLayouts", "filters", "sortFields", "events",
@@ -303,9 +303,8 @@ class Reader {
         Object(s,
                {"type", "recordLayouts", "filters", "events", "conversionEvents", "codeModules"});
       Side side;
-      if (Has(s, "type")) side.type = Member(s, "type", [&](const json& v) { return String(v); });
-      Each(s, "recordLayouts",
-           [&](const json& l) { side.layouts.push_back(Layout(l, source, c)); });
+      if (Has(s, "type")) side.type = Member(s, "type", [&](json& v) { return String(v); });
+      Each(s, "recordLayouts", [&](json& l) { side.layouts.push_back(Layout(l, source, c)); });
       side.filters = Texts(s, "filters");
       side.events = Events(s, "events", c);
       if (source) {
@@ -313,10 +312,10 @@ class Reader {
         side.supports_multiple_layouts = Bool(s, "supportsMultipleRecordLayouts");
         side.defines_multiple_layouts = Bool(s, "definesMultipleRecordLayouts");
         if (Has(s, "controlHandle"))
-          side.control_handle = Member(s, "controlHandle", [&](const json& v) { return Int(v); });
+          side.control_handle = Member(s, "controlHandle", [&](json& v) { return Int(v); });
       } else {
         side.conversion_events = Events(s, "conversionEvents", c);
-        Each(s, "codeModules", [&](const json& m) {
+        Each(s, "codeModules", [&](json& m) {
           std::string name = String(m, "a file name (a string)");
           if (Trim(name).empty()) Fail("a code-module file name cannot be empty", kErrInvalidCall);
           if (name.find('\n') != std::string::npos)
@@ -328,10 +327,10 @@ class Reader {
     });
   }
 
-  Conversion Read(const json& root) {
+  Conversion Read(json& root) {
     Object(root, {"version", "actionTypes", "source", "target"});
     if (Has(root, "version")) {
-      int32_t version = Member(root, "version", [&](const json& v) { return Int(v); });
+      int32_t version = Member(root, "version", [&](json& v) { return Int(v); });
       if (version != 1)
         At("version", [&]() -> int {
           Fail("version " + std::to_string(version) + " is not supported (expected 1)",
@@ -445,6 +444,22 @@ ordered_json SideJson(const Side& s, bool source, const Conversion& c) {
   return side;
 }
 
+// The file in one read when its size is known; anything unusual goes the general way,
+// which also raises the right errors.
+std::string ReadDocument(const std::filesystem::path& path) {
+  std::error_code ec;
+  const auto size = std::filesystem::file_size(path, ec);
+  if (!ec && size > 0) {
+    if (std::FILE* f = std::fopen(path.c_str(), "rb")) {
+      std::string text(size, '\0');
+      const bool whole = std::fread(text.data(), 1, size, f) == size && std::fgetc(f) == EOF;
+      std::fclose(f);
+      if (whole) return text;
+    }
+  }
+  return ReadWholeFile(path);
+}
+
 }  // namespace
 
 void ConversionDocument::CheckStorable(std::string_view text) {
@@ -474,7 +489,7 @@ std::shared_ptr<ConversionDocument> ConversionDocument::Parse(
 }
 
 std::shared_ptr<ConversionDocument> ConversionDocument::Load(const std::filesystem::path& path) {
-  std::string text = ReadWholeFile(path);
+  std::string text = ReadDocument(path);
   auto doc = Parse(text, path.string(), path.parent_path());
   doc->path_ = path;
   return doc;

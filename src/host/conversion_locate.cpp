@@ -144,7 +144,7 @@ class Scanner {
 // `step`; false when there is none.
 bool Enter(Scanner& sc, const PathStep& step) {
   sc.SkipSpace();
-  if (const std::string* key = std::get_if<std::string>(&step)) {
+  if (const std::string_view* key = std::get_if<std::string_view>(&step)) {
     if (sc.Peek() != '{') return false;
     ++sc.pos;
     size_t found = std::string::npos;
@@ -214,7 +214,7 @@ size_t LocateValue(std::string_view text, const std::vector<PathStep>& path) {
 std::string PathText(const std::vector<PathStep>& path) {
   std::string out;
   for (const PathStep& step : path) {
-    if (const std::string* key = std::get_if<std::string>(&step)) {
+    if (const std::string_view* key = std::get_if<std::string_view>(&step)) {
       if (!out.empty()) out += '.';
       out += *key;
     } else {

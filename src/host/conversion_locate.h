@@ -9,8 +9,9 @@
 
 namespace kx::host {
 
-// One step from a value to a member (object key) or an element (array index).
-using PathStep = std::variant<std::string, size_t>;
+// One step from a value to a member (object key) or an element (array index). Keys are
+// views: the texts they show must outlive the path.
+using PathStep = std::variant<std::string_view, size_t>;
 
 struct TextLocation {
   size_t line = 1;    // from 1

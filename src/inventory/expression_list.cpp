@@ -10,21 +10,22 @@
 
 namespace kx {
 
-ExpressionList::Records& ExpressionList::Items() {
-  if (!items_) items_ = std::make_unique<Records>(KeyCompare::Binary);
+RecordTable& ExpressionList::Items() {
+  if (!items_) items_ = std::make_unique<RecordTable>();
   return *items_;
 }
 
 bool ExpressionList::FindKey(const std::string& key, Record& record) {
   // Compares the records' current keys, which a host may have changed since adding.
-  bool found = false;
-  Items().ForEach([&](const Record& r) {
-    if (!found && r && r->ExpressionKey == key) {
+  RecordTable& items = Items();
+  for (int32_t position = 1; position <= items.Count(); ++position) {
+    const Record& r = items.Item(position);
+    if (r && r->ExpressionKey == key) {
       record = r;
-      found = true;
+      return true;
     }
-  });
-  return found;
+  }
+  return false;
 }
 
 void ExpressionList::Append(Record record) {
@@ -48,7 +49,7 @@ int32_t ExpressionList::Count() {
 }
 
 void ExpressionList::Delete(const Variant& index) {
-  Records& items = Items();
+  RecordTable& items = Items();
   if (items.Empty() || index.IsNull()) return;
   if (index.IsString() && index.ToText().empty()) return;
   if (index.IsInt16()) {
@@ -67,12 +68,13 @@ void ExpressionList::Delete(const Variant& index) {
 
 ExpressionList::Record ExpressionList::Item(const Variant& index) {
   try {
-    Records& items = Items();
+    RecordTable& items = Items();
     if (items.Empty()) return nullptr;
     if (index.IsString()) {
       const std::string key = index.ToText();
       if (key.empty()) return nullptr;
-      return items.Item(key);
+      const Record* found = items.Find(key);
+      return found ? *found : nullptr;
     }
     return items.Item(index.ToInt32());
   } catch (...) {
@@ -81,9 +83,8 @@ ExpressionList::Record ExpressionList::Item(const Variant& index) {
 }
 
 void ExpressionList::RemoveAll() {
-  if (items_) {
-    for (int32_t position = items_->Count(); position >= 1; --position) items_->Remove(position);
-  }
+  // Releasing every record at once is what removing them last to first amounts to.
+  if (items_) items_->Clear();
   items_.reset();
 }
 

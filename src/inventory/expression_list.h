@@ -10,7 +10,7 @@
 #include "inventory/dispatch.h"
 #include "inventory/expression_info.h"
 #include "inventory/host.h"
-#include "runtime/collection.h"
+#include "inventory/record_table.h"
 
 namespace kx {
 
@@ -82,17 +82,15 @@ class ExpressionList {
   void BuildRecordFieldComboDropDownList(const std::shared_ptr<Dispatch>& combo);
 
  private:
-  using Records = Collection<Record>;
-
   // Created on first use; RemoveAll drops it.
-  Records& Items();
+  RecordTable& Items();
   bool FindKey(const std::string& key, Record& record);
   void Append(Record record);
   void WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& events, bool parameters_only,
                   int32_t layout, Dispatch* layout_owner);
   void AddModule(const std::string& name, int32_t position);
 
-  std::unique_ptr<Records> items_;
+  std::unique_ptr<RecordTable> items_;
   std::shared_ptr<HostSource> source_;
   std::shared_ptr<HostTarget> target_;
   std::shared_ptr<ExprTemplate> template_;

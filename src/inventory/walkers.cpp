@@ -51,26 +51,31 @@ bool HasLayout(const std::shared_ptr<Side>& side) {
 
 }  // namespace
 
-// Every slot asks the host again for the event, action and descriptor: hosts answer
-// repeated reads cheaply, and nothing goes stale if the host rebuilds its objects.
+// Every slot asks the host again for its event, action and descriptor (nothing is kept
+// from one slot to the next): hosts answer repeated reads cheaply, and nothing goes stale.
 void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& events,
                                 bool parameters_only, int32_t layout, Dispatch* layout_owner) {
   const int32_t event_count = GetValue(events, "Count").ToInt32();
   for (int32_t e = 0; e < event_count; ++e) {
     const Variant ev(CheckedInt16(e));
-    auto event = [&] { return GetObject(events, kDefaultMember, {ev}); };
-    const int32_t action_count = GetValue(GetObject(event(), "Actions"), "Count").ToInt32();
+    const int32_t action_count =
+        GetValue(GetObject(GetObject(events, kDefaultMember, {ev}), "Actions"), "Count").ToInt32();
     for (int32_t a = 0; a < action_count; ++a) {
       const Variant av(CheckedInt16(a));
-      auto action = [&] { return GetObject(event(), "Actions", {av}); };
-      const int32_t slots = GetValue(GetObject(action(), "Info"), "MaxParameterCount").ToInt32();
+      const int32_t slots =
+          GetValue(GetObject(GetObject(GetObject(events, kDefaultMember, {ev}), "Actions", {av}),
+                             "Info"),
+                   "MaxParameterCount")
+              .ToInt32();
       for (int32_t p = 0; p < slots; ++p) {
         const Variant pv(CheckedInt16(p));
+        auto event = GetObject(events, kDefaultMember, {ev});
+        auto action = GetObject(event, "Actions", {av});
+        auto info = GetObject(action, "Info");
         if (parameters_only &&
-            GetValue(GetObject(action(), "Info"), "ParameterType", {pv}).ToInt32() !=
-                kExpressionParameterKind)
+            GetValue(info, "ParameterType", {pv}).ToInt32() != kExpressionParameterKind)
           continue;
-        std::string text = GetValue(action(), "Parameter", {pv}).ToText();
+        std::string text = GetValue(action, "Parameter", {pv}).ToText();
         if (text.empty()) continue;
 
         auto record = std::make_shared<ExpressionInfo>();
@@ -82,11 +87,11 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
           args.push_back(layout_name);
         }
         args.push_back(Num(e + 1));
-        args.push_back(GetValue(GetObject(event(), "Info"), "Name").ToText());
+        args.push_back(GetValue(GetObject(event, "Info"), "Name").ToText());
         args.push_back(Num(a + 1));
-        args.push_back(GetValue(GetObject(action(), "Info"), "Name").ToText());
+        args.push_back(GetValue(info, "Name").ToText());
         args.push_back(Num(p + 1));
-        args.push_back(GetValue(GetObject(action(), "Info"), "ParameterName", {pv}).ToText());
+        args.push_back(GetValue(info, "ParameterName", {pv}).ToText());
         record->Description = FormatMessage(EventFormat(type), args);
         const std::string tail = Key({"a" + Num(a), "p" + Num(p)});
         switch (type) {

@@ -1,0 +1,141 @@
+// Building the expression inventory of a large generated conversion document.
+//   bench_inventory [benchmark flags]        runs the benchmarks
+//   bench_inventory --generate N FILE        writes the generated document (N a multiple
+//                                            of 1000) for peer comparisons
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "host/conversion_document.h"
+#include "inventory/expression_list.h"
+#include "runtime/files.h"
+
+namespace {
+
+void Add(std::string& out, const std::string& text) {
+  out += '"';
+  out += text;
+  out += '"';
+}
+
+std::string Ref(int layout, int field) {
+  return "Records(\\\"L" + std::to_string(layout) + "\\\").Fields(\\\"F" + std::to_string(field) +
+         "\\\")";
+}
+
+// `n` expressions, all of them listed by the complete-conversion walk (no shared keys):
+// per thousand, 600 data change monitors, 50 sort fields, 50 source filters, 100 target
+// fields, 100 conversion-event and 100 target-event parameters.
+std::string GenerateConversion(int n) {
+  const int k = n / 1000;
+  std::string out;
+  out.reserve(static_cast<size_t>(n) * 80);
+  out += R"({"version": 1, "actionTypes": [{"name": "Run", "parameters": [)";
+  for (int p = 0; p < 10; ++p) {
+    if (p) out += ',';
+    out += R"({"name": "P)" + std::to_string(p) + R"(", "kind": 2})";
+  }
+  out += "]}],\n\"source\": {\"type\": \"Generated\", \"recordLayouts\": [\n";
+  for (int l = 0; l < 120 * k; ++l) {
+    if (l) out += ",\n";
+    out += R"({"name": "L)" + std::to_string(l) +
+           R"(", "fields": ["F0", "F1"], "dataChangeMonitors": [)";
+    for (int m = 0; m < 5; ++m) {
+      if (m) out += ", ";
+      Add(out, Ref(l, m) + " & \\\"-" + std::to_string(m) + "\\\"");
+    }
+    out += "]}";
+  }
+  out += "],\n\"sortFields\": [";
+  for (int s = 0; s < 50 * k; ++s) {
+    if (s) out += ",\n";
+    Add(out, Ref(s, 0) + " & Format(" + Ref(s, 1) + ", \\\"0000\\\")");
+  }
+  out += "],\n\"filters\": [";
+  for (int f = 0; f < 50 * k; ++f) {
+    if (f) out += ",\n";
+    Add(out, Ref(f, 2) + " <> \\\"\\\" And " + Ref(f, 3) + " > " + std::to_string(f));
+  }
+  out +=
+      "]},\n\"target\": {\"type\": \"Generated\", \"recordLayouts\": [{\"name\": \"T\", "
+      "\"fields\": [\n";
+  for (int f = 0; f < 100 * k; ++f) {
+    if (f) out += ",\n";
+    out += R"({"name": "T)" + std::to_string(f) + R"(", "expression": )";
+    Add(out, "Trim(" + Ref(f, 4) + ")");
+    out += '}';
+  }
+  out += "]}],\n";
+  for (const char* member : {"conversionEvents", "events"}) {
+    out += '"';
+    out += member;
+    out += "\": [";
+    for (int e = 0; e < k; ++e) {
+      if (e) out += ",\n";
+      out += R"({"name": "E)" + std::to_string(e) + R"(", "actions": [)";
+      for (int a = 0; a < 10; ++a) {
+        if (a) out += ",\n";
+        out += R"({"type": "Run", "parameters": [)";
+        for (int p = 0; p < 10; ++p) {
+          if (p) out += ", ";
+          Add(out, "SetVariable(\\\"V" + std::to_string(p) + "\\\", " + Ref(e, a) + ")");
+        }
+        out += "]}";
+      }
+      out += "]}";
+    }
+    out += member == std::string("events") ? "]\n" : "],\n";
+  }
+  out += "}}\n";
+  return out;
+}
+
+void BM_BuildInventory(benchmark::State& state) {
+  auto doc =
+      kx::host::ConversionDocument::Parse(GenerateConversion(static_cast<int>(state.range(0))));
+  for (auto _ : state) {
+    auto list = std::make_unique<kx::ExpressionList>();
+    list->SetSourceControl(doc->Source());
+    list->SetTargetControl(doc->Target());
+    list->BuildCompleteConversionExpressionList();
+    if (list->Count() != state.range(0)) state.SkipWithError("wrong number of expressions");
+    benchmark::DoNotOptimize(list->Count());
+    // Releasing the records is not part of building them.
+    state.PauseTiming();
+    list.reset();
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_BuildInventory)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
+
+void BM_LoadDocument(benchmark::State& state) {
+  const std::string text = GenerateConversion(static_cast<int>(state.range(0)));
+  for (auto _ : state) benchmark::DoNotOptimize(kx::host::ConversionDocument::Parse(text));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(BM_LoadDocument)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 4 && std::strcmp(argv[1], "--generate") == 0) {
+    int n = std::atoi(argv[2]);
+    if (n <= 0 || n % 1000 != 0) {
+      std::fprintf(stderr, "bench_inventory: N must be a positive multiple of 1000\n");
+      return 2;
+    }
+    kx::WriteWholeFile(argv[3], GenerateConversion(n));
+    return 0;
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

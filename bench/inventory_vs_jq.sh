@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Lists the expressions of a generated 100,000-expression conversion with
+# `kxexpr list --json` and extracts the same texts from the same file with jq, side by side;
+# prints the time ratio (target: at most 1.0). Then builds the inventory of 200,000 and of
+# 100,000 expressions and prints that ratio (target: at most 2.2).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+cmake --preset bench >/dev/null
+cmake --build --preset bench -j 2 --target kxexpr bench_inventory >/dev/null
+bin=build/bench
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+"$bin/bench/bench_inventory" --generate 100000 "$work/c.json"
+
+filter='[ .source.recordLayouts[].dataChangeMonitors[]?, .source.sortFields[], .source.filters[],
+          (.target.recordLayouts[0].fields[] | objects | .expression),
+          (.target.conversionEvents[], .target.events[] | .actions[].parameters[]) ]
+        | map(select(. != ""))'
+
+# Both must find the same 100,000 texts.
+ours=$("$bin/kxexpr" list --json "$work/c.json" | jq 'length')
+theirs=$(jq "$filter | length" "$work/c.json")
+same=$(jq -n --slurpfile a <("$bin/kxexpr" list --json "$work/c.json") \
+  --slurpfile b <(jq "$filter" "$work/c.json") '($a[0] | map(.ExpressionText) | sort) == ($b[0] | sort)')
+echo "expressions: kxexpr $ours, jq $theirs, same texts: $same"
+[ "$ours" = 100000 ] && [ "$theirs" = 100000 ] && [ "$same" = true ]
+
+ms() {  # wall time of one run, in milliseconds
+  local start end
+  start=$(date +%s%N)
+  "$@" >/dev/null
+  end=$(date +%s%N)
+  echo $(( (end - start) / 1000000 ))
+}
+# Turns alternate so that both meet the same load on a shared machine; best of seven each.
+kx_ms=999999999
+jq_ms=999999999
+for _ in 1 2 3 4 5 6 7; do
+  t=$(ms "$bin/kxexpr" list --json "$work/c.json"); [ "$t" -lt "$kx_ms" ] && kx_ms=$t
+  t=$(ms jq "$filter" "$work/c.json"); [ "$t" -lt "$jq_ms" ] && jq_ms=$t
+done
+awk -v a="$kx_ms" -v b="$jq_ms" 'BEGIN {
+  printf "kxexpr list --json: %d ms, jq: %d ms, ratio %.2f (target <= 1.0)\n", a, b, a / b }'
+
+"$bin/bench/bench_inventory" --benchmark_filter=BM_BuildInventory --benchmark_repetitions=3 \
+  --benchmark_report_aggregates_only=true --benchmark_format=json >"$work/b.json" 2>/dev/null
+jq -r '[.benchmarks[] | select(.aggregate_name == "median")] as $m
+  | ($m[] | select(.name | test("/100000_")) | .real_time) as $a
+  | ($m[] | select(.name | test("/200000_")) | .real_time) as $b
+  | "build 100000: \($a | floor) ms, 200000: \($b | floor) ms, ratio \(($b / $a) * 100 | round / 100) (target <= 2.2)"' \
+  "$work/b.json"

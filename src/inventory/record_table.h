@@ -1,0 +1,50 @@
+#pragma once
+// The records of an ExpressionList: insertion order, 1-based positions, unique keys compared
+// exactly. Keys sit in one flat open-addressed index, so adding the many records of a large
+// conversion stays cheap and linear; removing a record rebuilds the index (rare).
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "inventory/expression_info.h"
+
+namespace kx {
+
+class RecordTable {
+ public:
+  using Record = std::shared_ptr<ExpressionInfo>;
+
+  int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
+  bool Empty() const { return entries_.empty(); }
+
+  // Appends under `key`; a key already present raises 457.
+  void Add(Record record, std::string key);
+  // The record at a 1-based position; others raise 9.
+  const Record& Item(int32_t position) const;
+  // The record under `key`, or null.
+  const Record* Find(std::string_view key) const;
+  // Removes the record at a 1-based position; others raise 9.
+  void Remove(int32_t position);
+  void Clear();
+
+ private:
+  struct Entry {
+    Record record;
+    std::string key;
+    size_t hash;
+  };
+
+  size_t Slot(size_t hash) const { return hash & (index_.size() - 1); }
+  void Insert(uint32_t position_plus_one);
+  void Rebuild(size_t capacity);
+
+  std::vector<Entry> entries_;
+  // Upper half: the key's hash (high bits), so most probes never touch an entry; lower half:
+  // entry position + 1. 0 marks a free slot.
+  std::vector<uint64_t> index_;
+};
+
+}  // namespace kx
