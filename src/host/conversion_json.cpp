@@ -479,6 +479,19 @@ std::shared_ptr<ConversionDocument> ConversionDocument::Parse(
     throw Error(kErrInvalidCall, origin + ":" + std::to_string(loc.line) + ":" +
                                      std::to_string(loc.column) +
                                      ": malformed JSON: " + SyntaxMessage(e.what()));
+  } catch (const json::exception& e) {
+    // A number too large for any JSON number type: the message quotes it, so point there.
+    std::string message = SyntaxMessage(e.what());
+    size_t offset = 0;
+    size_t open = message.find('\'');
+    size_t close = open == std::string::npos ? open : message.find('\'', open + 1);
+    if (close != std::string::npos) {
+      size_t at = text.find(message.substr(open + 1, close - open - 1));
+      if (at != std::string_view::npos) offset = at;
+    }
+    TextLocation loc = LocationOf(text, offset);
+    throw Error(kErrInvalidCall, origin + ":" + std::to_string(loc.line) + ":" +
+                                     std::to_string(loc.column) + ": malformed JSON: " + message);
   }
   Reader reader(text, origin);
   auto doc = std::make_shared<ConversionDocument>();

@@ -169,6 +169,7 @@ TEST(ConversionDocumentTest, ErrorsSayWhereAndWhy) {
       {R"({"source": {"supportsMultipleRecordLayouts": "yes"}})", "expected true or false"},
       {R"([])", "(document): expected an object, found an array"},
       {"", "malformed JSON"},
+      {"{\"version\": 1e99999}", "t.json:1:13: malformed JSON: number overflow parsing '1e99999'"},
   };
   for (const auto& [text, expected] : cases) {
     auto [number, message] = ParseError(text);
