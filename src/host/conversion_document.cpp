@@ -63,7 +63,7 @@ class ActionInfo : public Dispatch {
   }
 
  private:
-  const ParameterSpec& Slot(int32_t p) {
+  const ParameterSlot& Slot(int32_t p) {
     if (p < 0 || static_cast<size_t>(p) >= type_->parameters.size())
       RaiseRange("parameter slot of \"" + type_->name + "\"", p, type_->parameters.size());
     return type_->parameters[static_cast<size_t>(p)];

@@ -17,7 +17,7 @@
 
 namespace kx::host {
 
-struct ParameterSpec {
+struct ParameterSlot {
   std::string name;
   int32_t kind = 0;  // 2: an expression
 };
@@ -25,7 +25,7 @@ struct ParameterSpec {
 // What the host knows about one kind of action: its name and its parameter slots.
 struct ActionType {
   std::string name;
-  std::vector<ParameterSpec> parameters;
+  std::vector<ParameterSlot> parameters;
 };
 
 struct Action {

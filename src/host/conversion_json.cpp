@@ -200,10 +200,10 @@ class Reader {
         });
       Each(t, "parameters", [&](json& p) {
         Object(p, {"name", "kind"});
-        ParameterSpec spec;
-        spec.name = RequiredString(p, "name");
-        if (Has(p, "kind")) spec.kind = Member(p, "kind", [&](json& v) { return Int(v); });
-        type.parameters.push_back(std::move(spec));
+        ParameterSlot slot;
+        slot.name = RequiredString(p, "name");
+        if (Has(p, "kind")) slot.kind = Member(p, "kind", [&](json& v) { return Int(v); });
+        type.parameters.push_back(std::move(slot));
       });
       type_index_[type.name] = c.action_types.size();
       c.action_types.push_back(std::move(type));
@@ -516,7 +516,7 @@ std::string ConversionDocument::ToJson() const {
     ordered_json type;
     type["name"] = t.name;
     ordered_json params = ordered_json::array();
-    for (const ParameterSpec& p : t.parameters) {
+    for (const ParameterSlot& p : t.parameters) {
       ordered_json param;
       param["name"] = p.name;
       param["kind"] = p.kind;
