@@ -1,5 +1,7 @@
 #include "host/conversion_document.h"
 
+#include "host/checker_object.h"
+
 #include "runtime/error.h"
 #include "runtime/files.h"
 
@@ -292,6 +294,9 @@ class TargetSide : public HostTarget, SideBase {
       Raise(kErrInvalidCall, "ImportControl: " + control_handle.ToText() +
                                  " is not the handle of this conversion's source");
     doc_->SetTargetImportedSource(true);
+  }
+  std::shared_ptr<ExpressionChecker> BasicCompiler() override {
+    return std::make_shared<host::BasicCompiler>();
   }
 };
 

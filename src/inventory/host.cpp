@@ -74,7 +74,42 @@ void HostTarget::ImportControl(const Variant&) {
   RaiseNoMember("ImportControl");
 }
 
+namespace {
+
+// A checker reached by name, as a host's scripting object would be.
+class CheckerObject : public Dispatch {
+ public:
+  explicit CheckerObject(std::shared_ptr<ExpressionChecker> checker)
+      : checker_(std::move(checker)) {}
+  Variant Get(std::string_view name, const Arguments& args) override {
+    if (NoArgs(name, args, "ErrorText")) return checker_->ErrorText();
+    if (NoArgs(name, args, "ErrorStart")) return checker_->ErrorStart();
+    if (NoArgs(name, args, "ErrorLength")) return checker_->ErrorLength();
+    RaiseNoMember(name);
+  }
+  Variant Call(std::string_view name, const Arguments& args) override {
+    if (!IsMember(name, "Check")) RaiseNoMember(name);
+    ExpectArguments(name, args, 1);
+    checker_->Check(args[0].ToText());
+    return {};
+  }
+
+ private:
+  std::shared_ptr<ExpressionChecker> checker_;
+};
+
+}  // namespace
+
+std::shared_ptr<ExpressionChecker> HostTarget::BasicCompiler() {
+  RaiseNoMember("BasicCompiler");
+}
+
 Variant HostTarget::Get(std::string_view name, const Arguments& args) {
+  if (NoArgs(name, args, "BasicCompiler")) {
+    auto checker = BasicCompiler();
+    if (!checker) return std::shared_ptr<Dispatch>();
+    return std::shared_ptr<Dispatch>(std::make_shared<CheckerObject>(std::move(checker)));
+  }
   if (IsMember(name, "RecordLayoutList")) return RecordLayoutList(Position(name, args));
   if (NoArgs(name, args, "CodeModuleList")) return CodeModuleList();
   if (NoArgs(name, args, "SpokeTypeName")) return SpokeTypeName();

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "component/expression_checker.h"
 #include "inventory/dispatch.h"
 
 namespace kx {
@@ -72,6 +73,9 @@ class HostTarget : public Dispatch {
   // Members other parts reach by name only; a host without them answers 438.
   virtual std::string RecordLayoutList(int16_t position);
   virtual void ImportControl(const Variant& control_handle);
+  // The host's syntax checker for Validate. By name it is an object with the method "Check"
+  // (text) and the properties "ErrorText", "ErrorStart" and "ErrorLength".
+  virtual std::shared_ptr<ExpressionChecker> BasicCompiler();
 
   Variant Get(std::string_view name, const Arguments& args = {}) override;
   void Put(std::string_view name, const Arguments& args, const Variant& value) override;

@@ -62,7 +62,16 @@ TEST(ConversionDocumentTest, SampleOffersBothSidesTypedAndByName) {
   target->SetFieldPos(3);
   EXPECT_EQ(target->FieldExpression(), "") << "a field given by name alone has no expression";
 
-  EXPECT_EQ(ErrorOf([&] { target->Get("BasicCompiler"); }), kErrNotSupported);
+  // The target's checker, reached by name as Validate reaches it.
+  auto checker = target->Get("BasicCompiler").ToObject();
+  ASSERT_NE(checker, nullptr);
+  checker->Call("Check", {Variant("If x Then")});
+  EXPECT_EQ(checker->Get("ErrorText").ToText(),
+            "If without End If: expected End If before the end of the text");
+  EXPECT_EQ(checker->Get("ErrorStart").ToInt32(), 1);
+  checker->Call("Check", {Variant("Trim$([Name]) & \"x\"")});
+  EXPECT_EQ(checker->Get("ErrorText").ToText(), "");
+  EXPECT_EQ(ErrorOf([&] { checker->Get("Errors"); }), kErrNotSupported);
   EXPECT_EQ(ErrorOf([&] { source->Get("CodeModuleList"); }), kErrNotSupported);
   EXPECT_EQ(ErrorOf([&] { source->Get("SpokeTypeName", {Variant(int16_t{1})}); }), 450);
 
