@@ -130,7 +130,7 @@ struct Abandon {};
 
 class Parser {
  public:
-  explicit Parser(std::string_view text) : lex_(text) {}
+  Parser(std::string_view text, size_t max_errors) : lex_(text), max_errors_(max_errors) {}
 
   std::vector<SyntaxError> Run() {
     while (tok_.kind != TokenKind::EndOfText) {
@@ -139,17 +139,27 @@ class Parser {
         if (tok_.kind == TokenKind::EndOfText) break;
         ParseLine();
       } catch (const Abandon&) {
+        if (errors_.size() >= max_errors_) {
+          // Blocks still open here are not known to be unclosed: report none of them.
+          Report(tok_,
+                 "Too many errors (" + std::to_string(errors_.size()) + "); checking stopped here");
+          return Sorted();
+        }
         Recover();
       }
     }
     for (size_t i = blocks_.size(); i-- > 0;)
       Report(blocks_[i].opener, Unclosed(blocks_[i], "the end of the text"));
+    return Sorted();
+  }
+
+ private:
+  std::vector<SyntaxError> Sorted() {
     std::stable_sort(errors_.begin(), errors_.end(),
                      [](const SyntaxError& a, const SyntaxError& b) { return a.start < b.start; });
     return std::move(errors_);
   }
 
- private:
   // ---- tokens ----
 
   void Advance() {
@@ -868,6 +878,7 @@ class Parser {
   }
 
   Lexer lex_;
+  size_t max_errors_;
   Token tok_;  // starts as a line end, so the first line begins like every other
   Token peek_;
   bool has_peek_ = false;
@@ -883,8 +894,8 @@ class Parser {
 
 }  // namespace
 
-std::vector<SyntaxError> CheckExpressionSyntax(std::string_view text) {
-  return Parser(text).Run();
+std::vector<SyntaxError> CheckExpressionSyntax(std::string_view text, size_t max_errors) {
+  return Parser(text, max_errors).Run();
 }
 
 }  // namespace kx::host

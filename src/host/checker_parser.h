@@ -21,7 +21,13 @@ struct SyntaxError {
 // nesting is an error rather than a risk to the stack. Blocks nest without limit.
 constexpr int kMaxExpressionDepth = 256;
 
-// Every error of `text` in order of position; empty when the text is valid.
-std::vector<SyntaxError> CheckExpressionSyntax(std::string_view text);
+// A text that is wrong on nearly every line would otherwise cost memory in proportion to
+// its size; past this many errors checking stops with a last error saying so.
+constexpr size_t kMaxReportedErrors = 1000;
+
+// Every error of `text` in order of position (at most `max_errors`, then one more that says
+// checking stopped); empty when the text is valid.
+std::vector<SyntaxError> CheckExpressionSyntax(std::string_view text,
+                                               size_t max_errors = kMaxReportedErrors);
 
 }  // namespace kx::host

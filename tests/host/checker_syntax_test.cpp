@@ -243,5 +243,17 @@ TEST(CheckerObject, AnswersWhatValidateAsks) {
   EXPECT_TRUE(checker.Errors().empty());
 }
 
+TEST(CheckerSyntax, StopsAfterTheErrorLimit) {
+  std::string text = "While a\r\n";
+  for (int i = 0; i < 50; ++i) text += "x = = 1\r\n";
+  auto errors = CheckExpressionSyntax(text, 10);
+  ASSERT_EQ(errors.size(), 11u);
+  EXPECT_EQ(errors.back().message, "Too many errors (10); checking stopped here");
+  EXPECT_EQ(errors.back().line, 11);
+  // The While is not reported unclosed: the rest of the text was never read.
+  for (const auto& e : errors) EXPECT_EQ(e.message.find("While"), std::string::npos);
+  EXPECT_EQ(CheckExpressionSyntax(text).size(), 51u);
+}
+
 }  // namespace
 }  // namespace kx::host
