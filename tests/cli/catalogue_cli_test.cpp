@@ -2,22 +2,10 @@
 
 #include <sstream>
 
-#include "command.h"
+#include "run_cli.h"
 
 namespace kx::cli {
 namespace {
-
-struct Result {
-  int code;
-  std::string out, err;
-};
-
-Result RunCli(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  std::istringstream in;
-  int code = Run(args, out, err, in);
-  return {code, out.str(), err.str()};
-}
 
 TEST(CatalogueCli, ListsEveryConstructAndAnswersForOneName) {
   Result all = RunCli({"catalogue"});

@@ -9,24 +9,16 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "command.h"
+#include "run_cli.h"
 #include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
 
-struct Result {
-  int code;
-  std::string out, err;
-};
-
 Result RunCheck(const std::vector<std::string>& args, const std::string& input = {}) {
-  std::ostringstream out, err;
-  std::istringstream in(input);
   std::vector<std::string> all{"check"};
   all.insert(all.end(), args.begin(), args.end());
-  int code = Run(all, out, err, in);
-  return {code, out.str(), err.str()};
+  return RunCli(all, input);
 }
 
 class CheckCli : public ::testing::Test {

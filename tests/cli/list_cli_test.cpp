@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "command.h"
 #include "inventory_view.h"
+#include "run_cli.h"
 #include "runtime/files.h"
 
 namespace kx::cli {
@@ -14,18 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kSample = (fs::path(KX_SOURCE_DIR) / "data" / "sample-conversion.json").string();
-
-struct Result {
-  int code;
-  std::string out, err;
-};
-
-Result RunCli(const std::vector<std::string>& args, const std::string& input = "") {
-  std::ostringstream out, err;
-  std::istringstream in(input);
-  int code = Run(args, out, err, in);
-  return {code, out.str(), err.str()};
-}
 
 TEST(ListCliTest, DefaultListingShowsEveryExpressionWithVisibleKeys) {
   Result r = RunCli({"list", kSample});

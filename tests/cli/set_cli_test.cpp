@@ -3,26 +3,14 @@
 #include <filesystem>
 #include <sstream>
 
-#include "command.h"
 #include "host/conversion_document.h"
+#include "run_cli.h"
 #include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Result {
-  int code;
-  std::string out, err;
-};
-
-Result RunCli(const std::vector<std::string>& args, const std::string& input = "") {
-  std::ostringstream out, err;
-  std::istringstream in(input);
-  int code = Run(args, out, err, in);
-  return {code, out.str(), err.str()};
-}
 
 class SetCliTest : public ::testing::Test {
  protected:

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "command.h"
+#include "run_cli.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
 
@@ -13,18 +13,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
 Result RunTemplates(std::vector<std::string> args) {
   args.insert(args.begin(), "templates");
-  std::ostringstream out, err;
-  std::istringstream in;
-  int status = Run(args, out, err, in);
-  return {status, out.str(), err.str()};
+  return RunCli(args);
 }
 
 class TemplatesCliTest : public testing::Test {
@@ -48,7 +39,7 @@ class TemplatesCliTest : public testing::Test {
 
 TEST_F(TemplatesCliTest, ListShowAndCheckTheSampleFile) {
   Result list = RunTemplates({"list", sample_});
-  EXPECT_EQ(list.status, 0) << list.err;
+  EXPECT_EQ(list.code, 0) << list.err;
   EXPECT_EQ(list.err, "");
   EXPECT_NE(list.out.find("IfBlank  - Use a default when a value is blank\n"
                           "    <<Field>>  default: ^f (First Field Name)\n"
@@ -59,7 +50,7 @@ TEST_F(TemplatesCliTest, ListShowAndCheckTheSampleFile) {
   EXPECT_NE(list.out.find("<<Default>>  default: ^h (Highlighted Text)"), std::string::npos);
 
   Result show = RunTemplates({"show", sample_, "dateconvert"});
-  EXPECT_EQ(show.status, 0) << show.err;
+  EXPECT_EQ(show.code, 0) << show.err;
   EXPECT_NE(show.out.find("Template: DateConvert\nDescription:\n"
                           "  Convert a date text to another format\n"
                           "  Empty or invalid dates give the fallback\nBody:\n"
@@ -69,11 +60,11 @@ TEST_F(TemplatesCliTest, ListShowAndCheckTheSampleFile) {
   EXPECT_NE(show.out.find("  3. Fallback\n     Default: \"\"\n"), std::string::npos);
 
   Result missing = RunTemplates({"show", sample_, "NoSuch"});
-  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(missing.code, 1);
   EXPECT_NE(missing.err.find("no template named \"NoSuch\""), std::string::npos);
 
   Result check = RunTemplates({"check", sample_});
-  EXPECT_EQ(check.status, 0);
+  EXPECT_EQ(check.code, 0);
   EXPECT_NE(check.out.find(": 7 templates, OK"), std::string::npos) << check.out;
 }
 
@@ -81,7 +72,7 @@ TEST_F(TemplatesCliTest, MalformedFilesFailWithTheReadersMessage) {
   std::string path =
       Write("@BeginTemplate A\r\n@BeginBody\r\n<<a>> <<b\r\n@EndBody\r\n@EndTemplate A\r\n");
   Result check = RunTemplates({"check", path});
-  EXPECT_EQ(check.status, 1);
+  EXPECT_EQ(check.code, 1);
   EXPECT_EQ(check.err, "kxexpr: Template file: " + path +
                            " is invalid. Problem with template: A, on line: 4.\n");
   EXPECT_EQ(check.out, "");
@@ -95,7 +86,7 @@ TEST_F(TemplatesCliTest, MalformedFilesFailWithTheReadersMessage) {
   EXPECT_EQ(RunTemplates({"check", path}).err, "Template file: " + path + " is invalid.\n");
 
   Result absent = RunTemplates({"check", (dir_ / "absent.tpl").string()});
-  EXPECT_EQ(absent.status, 1);
+  EXPECT_EQ(absent.code, 1);
   EXPECT_NE(absent.err.find("no template file at"), std::string::npos);
 }
 
@@ -105,7 +96,7 @@ TEST_F(TemplatesCliTest, RewriteWritesTheCanonicalFormOnlyForFilesThatLoad) {
       "@DefaultValue=^c\n@EndParameter\n@EndTemplate\n";
   std::string path = Write(loose);
   Result rewrite = RunTemplates({"rewrite", path});
-  EXPECT_EQ(rewrite.status, 0) << rewrite.err;
+  EXPECT_EQ(rewrite.code, 0) << rewrite.err;
   EXPECT_EQ(ReadWholeFile(path),
             "@BeginTemplate T\r\n  @BeginDescription\r\n    \r\n  @EndDescription\r\n"
             "  @BeginBody\r\nTrim(<<F>>)\r\n  @EndBody\r\n  @BeginParameter\r\n    @Name=F\r\n"
@@ -115,7 +106,7 @@ TEST_F(TemplatesCliTest, RewriteWritesTheCanonicalFormOnlyForFilesThatLoad) {
   std::string bad = loose + "junk\n";
   Write(bad);
   Result refused = RunTemplates({"rewrite", path});
-  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.code, 1);
   EXPECT_EQ(refused.err, "Template file: " + path + " is invalid.\n");
   EXPECT_EQ(ReadWholeFile(path), bad);
   // No temporary file is left behind.
@@ -124,15 +115,15 @@ TEST_F(TemplatesCliTest, RewriteWritesTheCanonicalFormOnlyForFilesThatLoad) {
   // A name that would turn its own end line into a parameter block is not written.
   std::string trap = "@BeginTemplate x@BeginParameter\r\n@EndTemplate\r\n";
   Write(trap);
-  EXPECT_EQ(RunTemplates({"check", path}).status, 0);
+  EXPECT_EQ(RunTemplates({"check", path}).code, 0);
   Result kept = RunTemplates({"rewrite", path});
-  EXPECT_EQ(kept.status, 1);
+  EXPECT_EQ(kept.code, 1);
   EXPECT_NE(kept.err.find("is left as it is"), std::string::npos) << kept.err;
   EXPECT_EQ(ReadWholeFile(path), trap);
 
   // The sample file is already in canonical form.
   fs::copy_file(sample_, dir_ / "s.tpl");
-  EXPECT_EQ(RunTemplates({"rewrite", (dir_ / "s.tpl").string()}).status, 0);
+  EXPECT_EQ(RunTemplates({"rewrite", (dir_ / "s.tpl").string()}).code, 0);
   EXPECT_EQ(ReadWholeFile(dir_ / "s.tpl"), ReadWholeFile(sample_));
 }
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "command.h"
+#include "run_cli.h"
 #include "runtime/files.h"
 
 namespace kx::cli {
@@ -14,18 +14,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kData = std::string(KX_SOURCE_DIR) + "/data";
-
-struct Result {
-  int code;
-  std::string out, err;
-};
-
-Result RunCli(const std::vector<std::string>& args) {
-  std::ostringstream out, err;
-  std::istringstream in;
-  int code = Run(args, out, err, in);
-  return {code, out.str(), err.str()};
-}
 
 TEST(TypelibCommand, DumpsEveryTypeMemberAndParameter) {
   Result r = RunCli({"typelib", kData + "/kx750ui_fn.dll"});
