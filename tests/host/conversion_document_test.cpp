@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "error_of.h"
+
 #include <filesystem>
 
 #include "host/conversion_document.h"
@@ -22,15 +24,6 @@ std::pair<int32_t, std::string> ParseError(const std::string& text) {
     return {e.Number(), e.Description()};
   }
   return {0, ""};
-}
-
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
 }
 
 TEST(ConversionDocumentTest, SampleOffersBothSidesTypedAndByName) {

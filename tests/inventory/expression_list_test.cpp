@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "error_of.h"
+
 #include <limits>
 
 #include "inventory/expression_list.h"
@@ -12,15 +14,6 @@ std::shared_ptr<ExpressionInfo> Rec(const std::string& key) {
   auto r = std::make_shared<ExpressionInfo>();
   r->ExpressionKey = key;
   return r;
-}
-
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
 }
 
 TEST(ExpressionListTest, AddKeepsFirstRecordUnderAKeyAndHandsItBack) {

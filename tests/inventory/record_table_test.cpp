@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "error_of.h"
+
 #include <random>
 
 #include "inventory/record_table.h"
@@ -9,15 +11,6 @@
 
 namespace kx {
 namespace {
-
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
 
 TEST(RecordTableTest, KeysStayFindableThroughGrowthAndRemoval) {
   RecordTable table;

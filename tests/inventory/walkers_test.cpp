@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "error_of.h"
+
 #include <filesystem>
 #include <fstream>
 
@@ -77,15 +79,6 @@ ExpressionList ListFor(LoggedHost& host) {
   list.SetSourceControl(host.source);
   list.SetTargetControl(host.target);
   return list;
-}
-
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
 }
 
 TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {

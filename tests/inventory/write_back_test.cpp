@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "error_of.h"
+
 #include <filesystem>
 
 #include "faulty_host.h"
@@ -31,15 +33,6 @@ const char* kConversion = R"({
     "events": [{"name": "TE0", "actions": [{"type": "T", "parameters": ["u0"]}]}],
     "conversionEvents": [{"name": "C", "actions": [{"type": "T", "parameters": ["c0", "c1"]}]}]}
 })";
-
-int32_t ErrorOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
 
 ExpressionList ListFor(LoggedHost& host) {
   ExpressionList list;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "error_of.h"
+
 #include <filesystem>
 #include <string>
 
@@ -14,15 +16,6 @@
 
 namespace kx {
 namespace {
-
-int ErrorNumberOf(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
-}
 
 TEST(Error, StandardNumbersCarryThePlatformTexts) {
   EXPECT_EQ(Error(5).Description(), "Invalid procedure call or argument");
@@ -47,12 +40,12 @@ TEST(Collection, PositionsKeysAndErrors) {
   EXPECT_EQ(c.Item(3), "c");
   EXPECT_EQ(c.Item("ALPHA"), "a");  // keys ignore case
   EXPECT_EQ(c.PositionOf("gamma"), 3);
-  EXPECT_EQ(ErrorNumberOf([&] { c.Add("x", "alpha"); }), 457);
+  EXPECT_EQ(ErrorOf([&] { c.Add("x", "alpha"); }), 457);
   EXPECT_EQ(c.Count(), 3);  // the failed add left nothing behind
-  EXPECT_EQ(ErrorNumberOf([&] { c.Item(0); }), 9);
-  EXPECT_EQ(ErrorNumberOf([&] { c.Item(4); }), 9);
-  EXPECT_EQ(ErrorNumberOf([&] { c.Item("delta"); }), 5);
-  EXPECT_EQ(ErrorNumberOf([&] { c.Remove("delta"); }), 5);
+  EXPECT_EQ(ErrorOf([&] { c.Item(0); }), 9);
+  EXPECT_EQ(ErrorOf([&] { c.Item(4); }), 9);
+  EXPECT_EQ(ErrorOf([&] { c.Item("delta"); }), 5);
+  EXPECT_EQ(ErrorOf([&] { c.Remove("delta"); }), 5);
 
   c.Remove(1);
   EXPECT_EQ(c.Item(1), "b");
@@ -62,7 +55,7 @@ TEST(Collection, PositionsKeysAndErrors) {
   c.Insert(1, "first", "First");
   EXPECT_EQ(c.Item(1), "first");
   EXPECT_EQ(c.PositionOf("alpha"), 4);
-  EXPECT_EQ(ErrorNumberOf([&] { c.Insert(9, "z"); }), 5);
+  EXPECT_EQ(ErrorOf([&] { c.Insert(9, "z"); }), 5);
   c.Remove("GAMMA");
   EXPECT_EQ(c.Count(), 3);
   EXPECT_EQ(*c.KeyAt(1), "First");
@@ -75,7 +68,7 @@ TEST(Collection, BinaryCompareKeepsKeysThatDifferInCase) {
   c.Add(2, "key");
   EXPECT_EQ(c.Item("key"), 2);
   EXPECT_EQ(c.Find("KEY"), nullptr);
-  EXPECT_EQ(ErrorNumberOf([&] { c.Add(3, "Key"); }), 457);
+  EXPECT_EQ(ErrorOf([&] { c.Add(3, "Key"); }), 457);
 }
 
 TEST(Collection, LargeSizesStayIndexed) {
@@ -126,9 +119,9 @@ TEST(ReportError, IgnoresFailuresOfTheMessageBox) {
 TEST(Narrowing, SixteenBitOverflowRaisesSix) {
   EXPECT_EQ(CheckedInt16(32767), 32767);
   EXPECT_EQ(CheckedInt16(-32768LL), -32768);
-  EXPECT_EQ(ErrorNumberOf([] { CheckedInt16(32768); }), 6);
-  EXPECT_EQ(ErrorNumberOf([] { CheckedInt16(-32769L); }), 6);
-  EXPECT_EQ(ErrorNumberOf([] { CheckedInt16(size_t{70000}); }), 6);
+  EXPECT_EQ(ErrorOf([] { CheckedInt16(32768); }), 6);
+  EXPECT_EQ(ErrorOf([] { CheckedInt16(-32769L); }), 6);
+  EXPECT_EQ(ErrorOf([] { CheckedInt16(size_t{70000}); }), 6);
   EXPECT_EQ(CheckedInt16(size_t{5}), 5);
   EXPECT_EQ(ToVariantBool(true), -1);
 }
@@ -138,12 +131,12 @@ TEST(Text, PlatformStringRules) {
   EXPECT_EQ(InStr(3, "a|b|c", "|"), 4);
   EXPECT_EQ(InStr(5, "a|b|c", "|"), 0);
   EXPECT_EQ(InStr(2, "abc", ""), 2);
-  EXPECT_EQ(ErrorNumberOf([] { InStr(0, "abc", "a"); }), 5);
+  EXPECT_EQ(ErrorOf([] { InStr(0, "abc", "a"); }), 5);
   EXPECT_EQ(Left("abc", 5), "abc");
   EXPECT_EQ(Right("abc", 2), "bc");
   EXPECT_EQ(Mid("abcdef", 2, 3), "bcd");
   EXPECT_EQ(Mid("abc", 9), "");
-  EXPECT_EQ(ErrorNumberOf([] { Left("abc", -1); }), 5);
+  EXPECT_EQ(ErrorOf([] { Left("abc", -1); }), 5);
   EXPECT_EQ(Trim("  a b \t "), "a b \t");  // spaces only
   EXPECT_EQ(Split("|a||", "|"), (std::vector<std::string>{"", "a", "", ""}));
   EXPECT_TRUE(EqualsIgnoreCase("Records", "RECORDS"));
@@ -160,10 +153,10 @@ TEST(Files, ByteExactAndAtomic) {
   WriteFileAtomic(file, "new");
   EXPECT_EQ(ReadWholeFile(file), "new");
   // A failed atomic write leaves the old file and no temporary behind.
-  EXPECT_NE(ErrorNumberOf([&] { WriteFileAtomic(dir / "missing" / "x", "y"); }), 0);
+  EXPECT_NE(ErrorOf([&] { WriteFileAtomic(dir / "missing" / "x", "y"); }), 0);
   EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
-  EXPECT_EQ(ErrorNumberOf([&] { ReadWholeFile(dir / "nope.txt"); }), 53);
-  EXPECT_EQ(ErrorNumberOf([&] { ReadWholeFile(dir); }), 75);
+  EXPECT_EQ(ErrorOf([&] { ReadWholeFile(dir / "nope.txt"); }), 53);
+  EXPECT_EQ(ErrorOf([&] { ReadWholeFile(dir); }), 75);
   fs::remove_all(dir);
 }
 
