@@ -10,6 +10,7 @@
 #include "inventory/dispatch.h"
 #include "inventory/expression_info.h"
 #include "inventory/host.h"
+#include "inventory/record_arena.h"
 #include "inventory/record_table.h"
 
 namespace kx {
@@ -91,6 +92,7 @@ class ExpressionList {
   void AddModule(const std::string& name, int32_t position);
 
   std::unique_ptr<RecordTable> items_;
+  RecordArena arena_;  // where the walkers' records live
   std::shared_ptr<HostSource> source_;
   std::shared_ptr<HostTarget> target_;
   std::shared_ptr<ExprTemplate> template_;

@@ -78,7 +78,7 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
         std::string text = GetValue(action, "Parameter", {pv}).ToText();
         if (text.empty()) continue;
 
-        auto record = std::make_shared<ExpressionInfo>();
+        auto record = arena_.NewRecord();
         record->ExpressionType = type;
         std::vector<std::string> args;
         std::string layout_name;
@@ -162,7 +162,7 @@ void ExpressionList::BuildDataChangeMonitorExpressionList() {
     for (int16_t m = 0; m <= 4; ++m) {
       std::string text = source_->DataChangeMonitor(m);
       if (text.empty()) continue;
-      auto record = std::make_shared<ExpressionInfo>();
+      auto record = arena_.NewRecord();
       record->ExpressionType = kDataChangeMonitorExpression;
       record->Description =
           FormatMessage("Record (%1), Data Change Monitor (%2)", {Num(r), Num(m)});
@@ -190,9 +190,9 @@ void WalkList(Count count, Select select, Text text_of, Add add) {
   }
 }
 
-std::shared_ptr<ExpressionInfo> Simple(int16_t type, std::string description, std::string key,
-                                       std::string text, int32_t position) {
-  auto record = std::make_shared<ExpressionInfo>();
+std::shared_ptr<ExpressionInfo> Simple(RecordArena& arena, int16_t type, std::string description,
+                                       std::string key, std::string text, int32_t position) {
+  auto record = arena.NewRecord();
   record->ExpressionType = type;
   record->Description = std::move(description);
   record->ExpressionKey = std::move(key);
@@ -210,7 +210,7 @@ void ExpressionList::BuildSortFieldExpressionList() {
   WalkList([&] { return s.SortFieldCount(); }, [&](int16_t n) { s.SetSortFieldPos(n); },
            [&] { return s.SortFieldExpression(); },
            [&](int32_t n, std::string text) {
-             Append(Simple(kSortFieldExpression, FormatMessage("Sort Field (%1)", {Num(n)}),
+             Append(Simple(arena_, kSortFieldExpression, FormatMessage("Sort Field (%1)", {Num(n)}),
                            "ssort" + Num(n), std::move(text), n));
            });
 }
@@ -218,24 +218,26 @@ void ExpressionList::BuildSortFieldExpressionList() {
 void ExpressionList::BuildSourceFilterExpressionList() {
   if (!HasLayout(source_)) return;
   HostSource& s = *source_;
-  WalkList([&] { return s.FilterCount(); }, [&](int16_t n) { s.SetFilterPos(n); },
-           [&] { return s.FilterExpression(); },
-           [&](int32_t n, std::string text) {
-             Append(Simple(kSourceFilterExpression, FormatMessage("Source Filter(%1)", {Num(n)}),
-                           "sfilt" + Num(n), std::move(text), n));
-           });
+  WalkList(
+      [&] { return s.FilterCount(); }, [&](int16_t n) { s.SetFilterPos(n); },
+      [&] { return s.FilterExpression(); },
+      [&](int32_t n, std::string text) {
+        Append(Simple(arena_, kSourceFilterExpression, FormatMessage("Source Filter(%1)", {Num(n)}),
+                      "sfilt" + Num(n), std::move(text), n));
+      });
 }
 
 void ExpressionList::BuildTargetFilterExpressionList() {
   if (!HasLayout(target_)) return;
   HostTarget& t = *target_;
-  WalkList([&] { return t.FilterCount(); }, [&](int16_t n) { t.SetFilterPos(n); },
-           [&] { return t.FilterExpression(); },
-           [&](int32_t n, std::string text) {
-             // Same key prefix as the source's filters, as hosts have always seen it.
-             Append(Simple(kTargetFilterExpression, FormatMessage("Target Filter(%1)", {Num(n)}),
-                           "sfilt" + Num(n), std::move(text), n));
-           });
+  WalkList(
+      [&] { return t.FilterCount(); }, [&](int16_t n) { t.SetFilterPos(n); },
+      [&] { return t.FilterExpression(); },
+      [&](int32_t n, std::string text) {
+        // Same key prefix as the source's filters, as hosts have always seen it.
+        Append(Simple(arena_, kTargetFilterExpression, FormatMessage("Target Filter(%1)", {Num(n)}),
+                      "sfilt" + Num(n), std::move(text), n));
+      });
 }
 
 void ExpressionList::BuildTargetFieldExpressionList() {
@@ -250,7 +252,7 @@ void ExpressionList::BuildTargetFieldExpressionList() {
     if (text.empty()) continue;
     const std::string layout = t.RecordLayoutName();
     const std::string field = t.fieldname();
-    auto record = Simple(kTargetFieldExpression,
+    auto record = Simple(arena_, kTargetFieldExpression,
                          FormatMessage("Target Record (%1) Field (%2)", {layout, field}),
                          Key({"trl0", "f" + Num(f)}), std::move(text), f);
     record->RLName = layout;
@@ -262,8 +264,9 @@ void ExpressionList::BuildTargetFieldExpressionList() {
 
 void ExpressionList::AddModule(const std::string& name, int32_t position) {
   std::string content = ReadWholeFile(name);
-  auto record = Simple(kCodeModuleExpression, FormatMessage("Expression Code Module (%1)", {name}),
-                       name, std::move(content), position);
+  auto record =
+      Simple(arena_, kCodeModuleExpression, FormatMessage("Expression Code Module (%1)", {name}),
+             name, std::move(content), position);
   record->ExpressionName = name;
   Append(std::move(record));
 }

@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "inventory/record_arena.h"
+
+namespace kx {
+namespace {
+
+// Enough records to fill several blocks.
+constexpr int kMany = 3 * static_cast<int>(RecordArena::kBlockSize / sizeof(ExpressionInfo));
+
+std::string Text(int i) {
+  return "Records(\"L" + std::to_string(i) + "\").Fields(\"F\") & \"a text past the short size\"";
+}
+
+TEST(RecordArenaTest, RecordsOutliveTheArenaAndTheirNeighbours) {
+  std::vector<std::shared_ptr<ExpressionInfo>> kept;
+  {
+    RecordArena arena;
+    std::vector<std::shared_ptr<ExpressionInfo>> all;
+    for (int i = 0; i < kMany; ++i) {
+      all.push_back(arena.NewRecord());
+      all.back()->OrdinalPosition = i;
+      all.back()->ExpressionText = Text(i);
+    }
+    // Every 1000th survives; whole blocks around them are released.
+    for (int i = 0; i < kMany; i += 1000) kept.push_back(all[static_cast<size_t>(i)]);
+  }
+  ASSERT_EQ(kept.size(), static_cast<size_t>((kMany + 999) / 1000));
+  for (size_t k = 0; k < kept.size(); ++k) {
+    EXPECT_EQ(kept[k]->OrdinalPosition, static_cast<int32_t>(k * 1000));
+    EXPECT_EQ(kept[k]->ExpressionText, Text(static_cast<int>(k * 1000)));
+  }
+  // Released on another thread than the one that made them.
+  std::thread([&] { kept.clear(); }).join();
+}
+
+TEST(RecordArenaTest, ReusesItsBlockOnlyWhenNothingInItLives) {
+  RecordArena arena;
+  auto a = arena.NewRecord();
+  a->Description = "first";
+  auto b = arena.NewRecord();
+  EXPECT_NE(a.get(), b.get());
+  b.reset();
+  auto c = arena.NewRecord();
+  EXPECT_NE(c.get(), a.get());
+  EXPECT_EQ(a->Description, "first") << "a live record is never handed out again";
+  a.reset();
+  c.reset();
+  auto d = arena.NewRecord();
+  EXPECT_TRUE(d->Description.empty()) << "a new record starts empty";
+
+  RecordArena moved(std::move(arena));
+  auto e = moved.NewRecord();
+  e->Description = "after move";
+  RecordArena other;
+  other = std::move(moved);
+  EXPECT_EQ(e->Description, "after move");
+}
+
+}  // namespace
+}  // namespace kx
