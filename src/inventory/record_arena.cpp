@@ -110,6 +110,7 @@ std::shared_ptr<ExpressionInfo> RecordArena::NewRecord() {
 }
 
 void* RecordArena::Allocate(size_t bytes) {
+  static_assert(sizeof(Block) <= kHeader);
   bytes = (bytes + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
   if (bytes > kBlockSize - kHeader) throw std::bad_alloc();
   // Only the arena holds the current block: nothing in it is live, so it starts over.
