@@ -13,7 +13,7 @@
 
 namespace {
 
-class SilentMessageBox : public kx::ui::MessageBox {
+class SilentMessageBox : public kx::ui::MessageBoxService {
  public:
   int Show(const std::string&, int, const std::string&) override { return kx::ui::kAnswerOk; }
 };

@@ -6,8 +6,8 @@
 
 #include "runtime/error.h"
 #include "runtime/files.h"
-#include "runtime/report.h"
 #include "runtime/text.h"
+#include "ui/report.h"
 
 namespace kx {
 
@@ -64,15 +64,15 @@ std::string_view RootPath(std::string_view name) {
 
 std::string_view PredefinedPath(HKEY key) {
   switch (key) {
-    case HKEY_CLASSES_ROOT:
+    case kHkeyClassesRoot:
       return "HKEY_LOCAL_MACHINE\\Software\\Classes";
-    case HKEY_CURRENT_USER:
+    case kHkeyCurrentUser:
       return "HKEY_CURRENT_USER";
-    case HKEY_LOCAL_MACHINE:
+    case kHkeyLocalMachine:
       return "HKEY_LOCAL_MACHINE";
-    case HKEY_USERS:
+    case kHkeyUsers:
       return "HKEY_USERS";
-    case HKEY_CURRENT_CONFIG:
+    case kHkeyCurrentConfig:
       return "HKEY_CURRENT_CONFIG";
     default:
       return {};
@@ -344,7 +344,7 @@ class RegParser {
     if (!data.empty() && data[0] == '"') {
       size_t end = 0;
       bytes = QuotedString(data, end) + '\0';
-      type = REG_SZ;
+      type = kRegSz;
     } else if (data.substr(0, 4) == "str(") {
       size_t close = data.find("):");
       if (close == std::string_view::npos || close + 2 >= data.size() || data[close + 2] != '"')
@@ -352,23 +352,23 @@ class RegParser {
       type = ParseNumber(data.substr(4, close - 4), 10);
       size_t end = 0;
       bytes = QuotedString(data.substr(close + 2), end) + '\0';
-      if (type == REG_MULTI_SZ) bytes += '\0';
+      if (type == kRegMultiSz) bytes += '\0';
     } else if (data.substr(0, 6) == "dword:") {
       std::string_view digits = Trim(data.substr(6));
       if (digits.empty() || digits.size() > 8) Fail("bad dword value");
       uint32_t v = ParseNumber(digits, 16);
       bytes.assign({static_cast<char>(v & 0xFF), static_cast<char>((v >> 8) & 0xFF),
                     static_cast<char>((v >> 16) & 0xFF), static_cast<char>(v >> 24)});
-      type = REG_DWORD;
+      type = kRegDword;
     } else if (data.substr(0, 4) == "hex:") {
-      type = REG_BINARY;
+      type = kRegBinary;
       bytes = HexBytes(data.substr(4));
     } else if (data.substr(0, 4) == "hex(") {
       size_t close = data.find("):");
       if (close == std::string_view::npos) Fail("bad hex(N) value");
       type = ParseNumber(data.substr(4, close - 4), 16);
       bytes = HexBytes(data.substr(close + 2));
-      bool text = type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+      bool text = type == kRegSz || type == kRegExpandSz || type == kRegMultiSz;
       if (text && format_ != Format::Regedit4) bytes = Utf16ToAnsi(bytes);
     } else {
       Fail("unknown value data \"" + std::string(data.substr(0, 20)) + "\"");
@@ -471,66 +471,66 @@ FileRegistry::Key* FileRegistry::Resolve(HKEY key) const {
 int32_t FileRegistry::RegOpenKeyExA(HKEY key, std::string_view sub_key, uint32_t, uint32_t,
                                     HKEY* result) {
   Key* k = Resolve(key);
-  if (!k) return ERROR_INVALID_HANDLE;
+  if (!k) return kErrorInvalidHandle;
   Key* found = Walk(k, sub_key, false, nullptr);
-  if (!found) return ERROR_FILE_NOT_FOUND;
+  if (!found) return kErrorFileNotFound;
   *result = next_handle_++;
   handles_[*result] = found;
-  return ERROR_SUCCESS;
+  return kErrorSuccess;
 }
 
 int32_t FileRegistry::RegCreateKeyExA(HKEY key, std::string_view sub_key, uint32_t,
                                       std::string_view, uint32_t, uint32_t, const void*,
                                       HKEY* result, uint32_t* disposition) {
   Key* k = Resolve(key);
-  if (!k) return ERROR_INVALID_HANDLE;
+  if (!k) return kErrorInvalidHandle;
   bool created = false;
   Key* found = Walk(k, sub_key, true, &created);
-  if (!found) return ERROR_INVALID_PARAMETER;
+  if (!found) return kErrorInvalidParameter;
   if (disposition) *disposition = created ? 1 : 2;
   *result = next_handle_++;
   handles_[*result] = found;
-  return ERROR_SUCCESS;
+  return kErrorSuccess;
 }
 
 int32_t FileRegistry::RegQueryValueExA(HKEY key, std::string_view value_name, uint32_t*,
                                        uint32_t* type, uint8_t* data, uint32_t* size) {
   Key* k = Resolve(key);
-  if (!k) return ERROR_INVALID_HANDLE;
+  if (!k) return kErrorInvalidHandle;
   auto it = k->values.find(std::string(value_name));
-  if (it == k->values.end()) return ERROR_FILE_NOT_FOUND;
+  if (it == k->values.end()) return kErrorFileNotFound;
   const auto& v = it->second;
   if (type) *type = v.type;
   uint32_t needed = static_cast<uint32_t>(v.bytes.size());
   if (!data) {
     if (size) *size = needed;
-    return ERROR_SUCCESS;
+    return kErrorSuccess;
   }
-  if (!size) return ERROR_INVALID_PARAMETER;
+  if (!size) return kErrorInvalidParameter;
   if (*size < needed) {
     *size = needed;
-    return ERROR_MORE_DATA;
+    return kErrorMoreData;
   }
   if (needed) std::memcpy(data, v.bytes.data(), needed);
   *size = needed;
-  return ERROR_SUCCESS;
+  return kErrorSuccess;
 }
 
 int32_t FileRegistry::RegEnumKeyExA(HKEY key, uint32_t index, std::string* name,
                                     uint32_t name_size) {
   Key* k = Resolve(key);
-  if (!k) return ERROR_INVALID_HANDLE;
-  if (index >= k->subkeys.size()) return ERROR_NO_MORE_ITEMS;
+  if (!k) return kErrorInvalidHandle;
+  if (index >= k->subkeys.size()) return kErrorNoMoreItems;
   auto it = k->subkeys.begin();
   std::advance(it, index);
-  if (it->second->name.size() + 1 > name_size) return ERROR_MORE_DATA;
+  if (it->second->name.size() + 1 > name_size) return kErrorMoreData;
   *name = it->second->name;
-  return ERROR_SUCCESS;
+  return kErrorSuccess;
 }
 
 int32_t FileRegistry::RegCloseKey(HKEY key) {
-  if (!PredefinedPath(key).empty()) return ERROR_SUCCESS;
-  return handles_.erase(key) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+  if (!PredefinedPath(key).empty()) return kErrorSuccess;
+  return handles_.erase(key) ? kErrorSuccess : kErrorInvalidHandle;
 }
 
 void FileRegistry::Parse(std::string_view text, std::string_view where) {
@@ -597,21 +597,21 @@ int32_t QueryValueEx(Registry& registry, HKEY key, std::string_view value_name, 
   try {
     uint32_t type = 0, size = 0;
     int32_t result = registry.RegQueryValueExA(key, value_name, nullptr, &type, nullptr, &size);
-    if (result != ERROR_SUCCESS) return result;
+    if (result != kErrorSuccess) return result;
     switch (type) {
-      case REG_SZ: {
+      case kRegSz: {
         std::string buffer(255, '\0');
         size = 255;
         result = registry.RegQueryValueExA(key, value_name, nullptr, &type,
                                            reinterpret_cast<uint8_t*>(buffer.data()), &size);
-        if (result == ERROR_SUCCESS) value = buffer.substr(0, size ? size - 1 : 0);
+        if (result == kErrorSuccess) value = buffer.substr(0, size ? size - 1 : 0);
         break;
       }
-      case REG_EXPAND_SZ: {
+      case kRegExpandSz: {
         std::string buffer(size, '\0');
         result = registry.RegQueryValueExA(key, value_name, nullptr, &type,
                                            reinterpret_cast<uint8_t*>(buffer.data()), &size);
-        if (result == ERROR_SUCCESS) {
+        if (result == kErrorSuccess) {
           std::string text = buffer.substr(0, size ? size - 1 : 0);
           char probe[1];
           uint32_t needed = ExpandEnvironmentStringsA(text, probe, 1);
@@ -621,11 +621,11 @@ int32_t QueryValueEx(Registry& registry, HKEY key, std::string_view value_name, 
         }
         break;
       }
-      case REG_DWORD: {
+      case kRegDword: {
         uint8_t bytes[4] = {};
         size = 4;
         result = registry.RegQueryValueExA(key, value_name, nullptr, &type, bytes, &size);
-        if (result == ERROR_SUCCESS)
+        if (result == kErrorSuccess)
           value = static_cast<int32_t>(bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) |
                                        (static_cast<uint32_t>(bytes[3]) << 24));
         break;
@@ -636,7 +636,7 @@ int32_t QueryValueEx(Registry& registry, HKEY key, std::string_view value_name, 
     return result;
   } catch (...) {
     ReportError("QueryValueEx(regcode)");
-    return ERROR_SUCCESS;
+    return kErrorSuccess;
   }
 }
 
@@ -645,9 +645,9 @@ std::string GetKXTypeLibPath(Registry& registry) {
     HKEY key = 0;
     uint32_t disposition = 0;
     int32_t result = registry.RegCreateKeyExA(
-        HKEY_CLASSES_ROOT, "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}\\InprocServer32", 0, "",
-        0, 0x3F, nullptr, &key, &disposition);
-    if (result != ERROR_SUCCESS) return {};
+        kHkeyClassesRoot, "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}\\InprocServer32", 0, "", 0,
+        0x3F, nullptr, &key, &disposition);
+    if (result != kErrorSuccess) return {};
     RegValue value;
     QueryValueEx(registry, key, "", value);
     registry.RegCloseKey(key);

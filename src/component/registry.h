@@ -17,21 +17,21 @@
 namespace kx {
 
 using HKEY = uintptr_t;
-constexpr HKEY HKEY_CLASSES_ROOT = 0x80000000u;
-constexpr HKEY HKEY_CURRENT_USER = 0x80000001u;
-constexpr HKEY HKEY_LOCAL_MACHINE = 0x80000002u;
-constexpr HKEY HKEY_USERS = 0x80000003u;
-constexpr HKEY HKEY_CURRENT_CONFIG = 0x80000005u;
+constexpr HKEY kHkeyClassesRoot = 0x80000000u;
+constexpr HKEY kHkeyCurrentUser = 0x80000001u;
+constexpr HKEY kHkeyLocalMachine = 0x80000002u;
+constexpr HKEY kHkeyUsers = 0x80000003u;
+constexpr HKEY kHkeyCurrentConfig = 0x80000005u;
 
-constexpr uint32_t REG_NONE = 0, REG_SZ = 1, REG_EXPAND_SZ = 2, REG_BINARY = 3, REG_DWORD = 4,
-                   REG_MULTI_SZ = 7, REG_QWORD = 11;
+constexpr uint32_t kRegNone = 0, kRegSz = 1, kRegExpandSz = 2, kRegBinary = 3, kRegDword = 4,
+                   kRegMultiSz = 7, kRegQword = 11;
 
-constexpr int32_t ERROR_SUCCESS = 0;
-constexpr int32_t ERROR_FILE_NOT_FOUND = 2;
-constexpr int32_t ERROR_INVALID_HANDLE = 6;
-constexpr int32_t ERROR_INVALID_PARAMETER = 87;
-constexpr int32_t ERROR_MORE_DATA = 234;
-constexpr int32_t ERROR_NO_MORE_ITEMS = 259;
+constexpr int32_t kErrorSuccess = 0;
+constexpr int32_t kErrorFileNotFound = 2;
+constexpr int32_t kErrorInvalidHandle = 6;
+constexpr int32_t kErrorInvalidParameter = 87;
+constexpr int32_t kErrorMoreData = 234;
+constexpr int32_t kErrorNoMoreItems = 259;
 
 class Registry {
  public:

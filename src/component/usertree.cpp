@@ -1,8 +1,8 @@
 #include "component/usertree.h"
 
 #include "runtime/narrow.h"
-#include "runtime/report.h"
 #include "runtime/text.h"
+#include "ui/report.h"
 
 namespace kx {
 

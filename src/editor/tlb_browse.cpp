@@ -4,9 +4,9 @@
 
 #include "runtime/error.h"
 #include "runtime/paths.h"
-#include "runtime/report.h"
 #include "runtime/text.h"
 #include "typelib/format.h"
+#include "ui/report.h"
 
 namespace kx {
 
@@ -207,7 +207,7 @@ namespace {
 
 std::string DefaultValue(Registry& registry, const std::string& path) {
   HKEY key = 0;
-  if (registry.RegOpenKeyExA(HKEY_CLASSES_ROOT, path, 0, 0x3F, &key) != ERROR_SUCCESS) return {};
+  if (registry.RegOpenKeyExA(kHkeyClassesRoot, path, 0, 0x3F, &key) != kErrorSuccess) return {};
   RegValue value;
   QueryValueEx(registry, key, "", value);
   registry.RegCloseKey(key);
@@ -220,9 +220,9 @@ std::vector<std::string> Subkeys(Registry& registry, HKEY key) {
   for (uint32_t i = 0;; ++i) {
     std::string name;
     int32_t r = registry.RegEnumKeyExA(key, i, &name, 2000);
-    if (r == ERROR_NO_MORE_ITEMS) break;
-    if (r == ERROR_SUCCESS) names.push_back(name);
-    if (r != ERROR_SUCCESS && r != ERROR_MORE_DATA) break;
+    if (r == kErrorNoMoreItems) break;
+    if (r == kErrorSuccess) names.push_back(name);
+    if (r != kErrorSuccess && r != kErrorMoreData) break;
   }
   return names;
 }
@@ -247,11 +247,11 @@ std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
 std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
   std::vector<TreeNodeData> nodes;
   HKEY typelib = 0;
-  if (registry.RegOpenKeyExA(HKEY_CLASSES_ROOT, "TypeLib", 0, 0x3F, &typelib) != ERROR_SUCCESS)
+  if (registry.RegOpenKeyExA(kHkeyClassesRoot, "TypeLib", 0, 0x3F, &typelib) != kErrorSuccess)
     return nodes;
   for (const std::string& guid : Subkeys(registry, typelib)) {
     HKEY guid_key = 0;
-    if (registry.RegOpenKeyExA(typelib, guid, 0, 0x3F, &guid_key) != ERROR_SUCCESS) continue;
+    if (registry.RegOpenKeyExA(typelib, guid, 0, 0x3F, &guid_key) != kErrorSuccess) continue;
     for (const std::string& version : Subkeys(registry, guid_key)) {
       std::string base = "TypeLib\\" + guid + "\\" + version;
       std::string description = DefaultValue(registry, base);

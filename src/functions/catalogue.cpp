@@ -1,8 +1,8 @@
 #include <string_view>
 
 #include "functions/function_info.h"
-#include "runtime/report.h"
 #include "runtime/text.h"
+#include "ui/report.h"
 
 namespace kx {
 

@@ -1,6 +1,6 @@
 #include "functions/compose.h"
 
-#include "editor/snippets.h"
+#include "functions/snippets.h"
 #include "runtime/text.h"
 
 namespace kx {

@@ -36,8 +36,8 @@ void ExpectArguments(std::string_view, const Arguments& args, size_t count) {
   if (args.size() != count) Raise(kErrWrongArgumentCount);
 }
 
-std::shared_ptr<Dispatch> GetObject(const std::shared_ptr<Dispatch>& object, std::string_view name,
-                                    const Arguments& args) {
+std::shared_ptr<Dispatch> GetObjectMember(const std::shared_ptr<Dispatch>& object,
+                                          std::string_view name, const Arguments& args) {
   if (!object) Raise(kErrObjectNotSet);
   return object->Get(name, args).ToObject();
 }

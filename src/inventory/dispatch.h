@@ -38,8 +38,8 @@ bool IsMember(std::string_view name, std::string_view member);
 void ExpectArguments(std::string_view name, const Arguments& args, size_t count);
 
 // `object` must be set (91 otherwise); reads `name` and returns it as an object.
-std::shared_ptr<Dispatch> GetObject(const std::shared_ptr<Dispatch>& object, std::string_view name,
-                                    const Arguments& args = {});
+std::shared_ptr<Dispatch> GetObjectMember(const std::shared_ptr<Dispatch>& object,
+                                          std::string_view name, const Arguments& args = {});
 // `object` must be set (91 otherwise); reads `name`.
 Variant GetValue(const std::shared_ptr<Dispatch>& object, std::string_view name,
                  const Arguments& args = {});

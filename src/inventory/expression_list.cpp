@@ -6,7 +6,7 @@
 
 #include "runtime/error.h"
 #include "runtime/narrow.h"
-#include "runtime/report.h"
+#include "ui/report.h"
 
 namespace kx {
 
@@ -120,9 +120,9 @@ void WriteParameter(const std::shared_ptr<Dispatch>& events, const ExpressionInf
   const int16_t e = CheckedInt16(record.EventOrdinalPosition);
   const int16_t a = CheckedInt16(record.ActionOrdinalPosition);
   if (e >= GetValue(events, "Count").ToInt32()) return;
-  auto actions = GetObject(GetObject(events, kDefaultMember, {e}), "Actions");
+  auto actions = GetObjectMember(GetObjectMember(events, kDefaultMember, {e}), "Actions");
   if (a >= GetValue(actions, "Count").ToInt32()) return;
-  auto action = GetObject(GetObject(events, kDefaultMember, {e}), "Actions", {a});
+  auto action = GetObjectMember(GetObjectMember(events, kDefaultMember, {e}), "Actions", {a});
   if (!action) Raise(kErrObjectNotSet);
   action->Put("Parameter", {CheckedInt16(record.OrdinalPosition)}, record.ReplacedExpression);
 }

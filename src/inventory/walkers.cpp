@@ -59,19 +59,21 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
   for (int32_t e = 0; e < event_count; ++e) {
     const Variant ev(CheckedInt16(e));
     const int32_t action_count =
-        GetValue(GetObject(GetObject(events, kDefaultMember, {ev}), "Actions"), "Count").ToInt32();
+        GetValue(GetObjectMember(GetObjectMember(events, kDefaultMember, {ev}), "Actions"), "Count")
+            .ToInt32();
     for (int32_t a = 0; a < action_count; ++a) {
       const Variant av(CheckedInt16(a));
       const int32_t slots =
-          GetValue(GetObject(GetObject(GetObject(events, kDefaultMember, {ev}), "Actions", {av}),
-                             "Info"),
+          GetValue(GetObjectMember(GetObjectMember(GetObjectMember(events, kDefaultMember, {ev}),
+                                                   "Actions", {av}),
+                                   "Info"),
                    "MaxParameterCount")
               .ToInt32();
       for (int32_t p = 0; p < slots; ++p) {
         const Variant pv(CheckedInt16(p));
-        auto event = GetObject(events, kDefaultMember, {ev});
-        auto action = GetObject(event, "Actions", {av});
-        auto info = GetObject(action, "Info");
+        auto event = GetObjectMember(events, kDefaultMember, {ev});
+        auto action = GetObjectMember(event, "Actions", {av});
+        auto info = GetObjectMember(action, "Info");
         if (parameters_only &&
             GetValue(info, "ParameterType", {pv}).ToInt32() != kExpressionParameterKind)
           continue;
@@ -87,12 +89,12 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
           args.push_back(layout_name);
         }
         args.push_back(Num(e + 1));
-        args.push_back(GetValue(GetObject(event, "Info"), "Name").ToText());
+        args.push_back(GetValue(GetObjectMember(event, "Info"), "Name").ToText());
         args.push_back(Num(a + 1));
         args.push_back(GetValue(info, "Name").ToText());
         args.push_back(Num(p + 1));
         args.push_back(GetValue(info, "ParameterName", {pv}).ToText());
-        record->Description = FormatMessage(EventFormat(type), args);
+        record->Description = FormatMessageText(EventFormat(type), args);
         const std::string tail = Key({"a" + Num(a), "p" + Num(p)});
         switch (type) {
           case kConversionEventExpression:
@@ -165,7 +167,7 @@ void ExpressionList::BuildDataChangeMonitorExpressionList() {
       auto record = arena_.NewRecord();
       record->ExpressionType = kDataChangeMonitorExpression;
       record->Description =
-          FormatMessage("Record (%1), Data Change Monitor (%2)", {Num(r), Num(m)});
+          FormatMessageText("Record (%1), Data Change Monitor (%2)", {Num(r), Num(m)});
       record->ExpressionKey = Key({"s0", "rl" + Num(r), "dcm" + Num(m)});
       record->ExpressionText = text;
       record->ReplacedExpression = std::move(text);
@@ -207,37 +209,38 @@ std::shared_ptr<ExpressionInfo> Simple(RecordArena& arena, int16_t type, std::st
 void ExpressionList::BuildSortFieldExpressionList() {
   if (!HasLayout(source_)) return;
   HostSource& s = *source_;
-  WalkList([&] { return s.SortFieldCount(); }, [&](int16_t n) { s.SetSortFieldPos(n); },
-           [&] { return s.SortFieldExpression(); },
-           [&](int32_t n, std::string text) {
-             Append(Simple(arena_, kSortFieldExpression, FormatMessage("Sort Field (%1)", {Num(n)}),
-                           "ssort" + Num(n), std::move(text), n));
-           });
+  WalkList(
+      [&] { return s.SortFieldCount(); }, [&](int16_t n) { s.SetSortFieldPos(n); },
+      [&] { return s.SortFieldExpression(); },
+      [&](int32_t n, std::string text) {
+        Append(Simple(arena_, kSortFieldExpression, FormatMessageText("Sort Field (%1)", {Num(n)}),
+                      "ssort" + Num(n), std::move(text), n));
+      });
 }
 
 void ExpressionList::BuildSourceFilterExpressionList() {
   if (!HasLayout(source_)) return;
   HostSource& s = *source_;
-  WalkList(
-      [&] { return s.FilterCount(); }, [&](int16_t n) { s.SetFilterPos(n); },
-      [&] { return s.FilterExpression(); },
-      [&](int32_t n, std::string text) {
-        Append(Simple(arena_, kSourceFilterExpression, FormatMessage("Source Filter(%1)", {Num(n)}),
-                      "sfilt" + Num(n), std::move(text), n));
-      });
+  WalkList([&] { return s.FilterCount(); }, [&](int16_t n) { s.SetFilterPos(n); },
+           [&] { return s.FilterExpression(); },
+           [&](int32_t n, std::string text) {
+             Append(Simple(arena_, kSourceFilterExpression,
+                           FormatMessageText("Source Filter(%1)", {Num(n)}), "sfilt" + Num(n),
+                           std::move(text), n));
+           });
 }
 
 void ExpressionList::BuildTargetFilterExpressionList() {
   if (!HasLayout(target_)) return;
   HostTarget& t = *target_;
-  WalkList(
-      [&] { return t.FilterCount(); }, [&](int16_t n) { t.SetFilterPos(n); },
-      [&] { return t.FilterExpression(); },
-      [&](int32_t n, std::string text) {
-        // Same key prefix as the source's filters, as hosts have always seen it.
-        Append(Simple(arena_, kTargetFilterExpression, FormatMessage("Target Filter(%1)", {Num(n)}),
-                      "sfilt" + Num(n), std::move(text), n));
-      });
+  WalkList([&] { return t.FilterCount(); }, [&](int16_t n) { t.SetFilterPos(n); },
+           [&] { return t.FilterExpression(); },
+           [&](int32_t n, std::string text) {
+             // Same key prefix as the source's filters, as hosts have always seen it.
+             Append(Simple(arena_, kTargetFilterExpression,
+                           FormatMessageText("Target Filter(%1)", {Num(n)}), "sfilt" + Num(n),
+                           std::move(text), n));
+           });
 }
 
 void ExpressionList::BuildTargetFieldExpressionList() {
@@ -253,7 +256,7 @@ void ExpressionList::BuildTargetFieldExpressionList() {
     const std::string layout = t.RecordLayoutName();
     const std::string field = t.fieldname();
     auto record = Simple(arena_, kTargetFieldExpression,
-                         FormatMessage("Target Record (%1) Field (%2)", {layout, field}),
+                         FormatMessageText("Target Record (%1) Field (%2)", {layout, field}),
                          Key({"trl0", "f" + Num(f)}), std::move(text), f);
     record->RLName = layout;
     record->RLOrdinalPosition = 0;
@@ -264,9 +267,9 @@ void ExpressionList::BuildTargetFieldExpressionList() {
 
 void ExpressionList::AddModule(const std::string& name, int32_t position) {
   std::string content = ReadWholeFile(name);
-  auto record =
-      Simple(arena_, kCodeModuleExpression, FormatMessage("Expression Code Module (%1)", {name}),
-             name, std::move(content), position);
+  auto record = Simple(arena_, kCodeModuleExpression,
+                       FormatMessageText("Expression Code Module (%1)", {name}), name,
+                       std::move(content), position);
   record->ExpressionName = name;
   Append(std::move(record));
 }

@@ -18,7 +18,7 @@ bool SinglePassWillDo(std::string_view text, const std::vector<std::string>& arg
 
 }  // namespace
 
-std::string FormatMessage(std::string_view text, const std::vector<std::string>& args) {
+std::string FormatMessageText(std::string_view text, const std::vector<std::string>& args) {
   if (SinglePassWillDo(text, args)) {
     std::string out;
     out.reserve(text.size() + 32);

@@ -9,10 +9,10 @@
 #include "runtime/files.h"
 #include "runtime/format.h"
 #include "runtime/narrow.h"
-#include "runtime/report.h"
 #include "runtime/text.h"
 #include "templates/templates.h"
 #include "ui/message_box.h"
+#include "ui/report.h"
 
 namespace kx {
 
@@ -111,7 +111,8 @@ class Loader {
         continue;
       }
       if (!inside_) {
-        ui::CurrentMessageBox().Show(FormatMessage(kFileInvalid, {set_.filename()}), ui::kMbOk, "");
+        ui::CurrentMessageBox().Show(FormatMessageText(kFileInvalid, {set_.filename()}), ui::kMbOk,
+                                     "");
         return false;
       }
       return TemplateError(true);
@@ -163,8 +164,8 @@ class Loader {
   bool TemplateError(bool with_period) {
     // Before the first template there is no name to show.
     std::string name = current_ ? current_->Name() : std::string();
-    std::string text = FormatMessage(with_period ? kTemplateError : kTemplateErrorNoPeriod,
-                                     {set_.filename(), name, std::to_string(line_counter_)});
+    std::string text = FormatMessageText(with_period ? kTemplateError : kTemplateErrorNoPeriod,
+                                         {set_.filename(), name, std::to_string(line_counter_)});
     ui::CurrentMessageBox().Show(text, ui::kMbOk, set_.ProductName());
     return false;
   }

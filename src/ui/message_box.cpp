@@ -5,7 +5,7 @@
 namespace kx::ui {
 
 namespace {
-MessageBox* g_current = nullptr;
+MessageBoxService* g_current = nullptr;
 }
 
 int RecordingMessageBox::Show(const std::string& text, int flags, const std::string& caption) {
@@ -24,12 +24,12 @@ int StreamMessageBox::Show(const std::string& text, int flags, const std::string
   return (flags & 7) == kMbYesNo || (flags & 7) == kMbYesNoCancel ? kAnswerYes : kAnswerOk;
 }
 
-MessageBox& CurrentMessageBox() {
+MessageBoxService& CurrentMessageBox() {
   static StreamMessageBox standard_error(std::cerr);
   return g_current ? *g_current : standard_error;
 }
 
-ScopedMessageBox::ScopedMessageBox(MessageBox& box) : previous_(g_current) {
+ScopedMessageBox::ScopedMessageBox(MessageBoxService& box) : previous_(g_current) {
   g_current = &box;
 }
 ScopedMessageBox::~ScopedMessageBox() {

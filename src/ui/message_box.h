@@ -28,16 +28,16 @@ enum MessageBoxAnswer : int {
   kAnswerNo = 7,
 };
 
-class MessageBox {
+class MessageBoxService {
  public:
-  virtual ~MessageBox() = default;
+  virtual ~MessageBoxService() = default;
   // Shows `text`; an empty caption means the application's default title. Returns the
   // button pressed.
   virtual int Show(const std::string& text, int flags, const std::string& caption) = 0;
 };
 
 // Remembers every message and answers from a script (OK when the script is empty).
-class RecordingMessageBox : public MessageBox {
+class RecordingMessageBox : public MessageBoxService {
  public:
   struct Shown {
     std::string text;
@@ -51,7 +51,7 @@ class RecordingMessageBox : public MessageBox {
 };
 
 // Writes each message as a line on a stream ("caption: text"); answers OK (or Yes).
-class StreamMessageBox : public MessageBox {
+class StreamMessageBox : public MessageBoxService {
  public:
   explicit StreamMessageBox(std::ostream& out) : out_(out) {}
   int Show(const std::string& text, int flags, const std::string& caption) override;
@@ -61,17 +61,17 @@ class StreamMessageBox : public MessageBox {
 };
 
 // The service in use. Defaults to a StreamMessageBox on standard error.
-MessageBox& CurrentMessageBox();
+MessageBoxService& CurrentMessageBox();
 // Installs `box` (not owned) as the service until the returned guard is destroyed.
 class ScopedMessageBox {
  public:
-  explicit ScopedMessageBox(MessageBox& box);
+  explicit ScopedMessageBox(MessageBoxService& box);
   ~ScopedMessageBox();
   ScopedMessageBox(const ScopedMessageBox&) = delete;
   ScopedMessageBox& operator=(const ScopedMessageBox&) = delete;
 
  private:
-  MessageBox* previous_;
+  MessageBoxService* previous_;
 };
 
 }  // namespace kx::ui

@@ -24,7 +24,7 @@ FileRegistry Parsed(const std::string& text) {
 
 HKEY Open(Registry& reg, const std::string& path) {
   HKEY key = 0;
-  EXPECT_EQ(reg.RegOpenKeyExA(HKEY_CLASSES_ROOT, path, 0, 0x3F, &key), ERROR_SUCCESS) << path;
+  EXPECT_EQ(reg.RegOpenKeyExA(kHkeyClassesRoot, path, 0, 0x3F, &key), kErrorSuccess) << path;
   return key;
 }
 
@@ -35,23 +35,23 @@ TEST(RegistryFile, ReadsTheThreeFormats) {
       "[HKEY_LOCAL_MACHINE\\Software\\Classes\\A\\C]\r\n");
   HKEY b = Open(v4, "A\\B");
   RegValue value;
-  EXPECT_EQ(QueryValueEx(v4, b, "", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(v4, b, "", value), kErrorSuccess);
   EXPECT_EQ(std::get<std::string>(value), "C:\\x\\\"y\"");
-  EXPECT_EQ(QueryValueEx(v4, b, "num", value), ERROR_SUCCESS);  // names ignore case
+  EXPECT_EQ(QueryValueEx(v4, b, "num", value), kErrorSuccess);  // names ignore case
   EXPECT_EQ(std::get<int32_t>(value), 42);
   uint32_t type = 0, size = 0;
-  EXPECT_EQ(v4.RegQueryValueExA(b, "Exp", nullptr, &type, nullptr, &size), ERROR_SUCCESS);
-  EXPECT_EQ(type, REG_EXPAND_SZ);
+  EXPECT_EQ(v4.RegQueryValueExA(b, "Exp", nullptr, &type, nullptr, &size), kErrorSuccess);
+  EXPECT_EQ(type, kRegExpandSz);
   EXPECT_EQ(size, 6u);
   // HKEY_CLASSES_ROOT is the classes key of the machine.
   HKEY a = Open(v4, "a");
   std::string name;
-  EXPECT_EQ(v4.RegEnumKeyExA(a, 0, &name, 2000), ERROR_SUCCESS);
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 0, &name, 2000), kErrorSuccess);
   EXPECT_EQ(name, "B");
-  EXPECT_EQ(v4.RegEnumKeyExA(a, 1, &name, 2000), ERROR_SUCCESS);
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 1, &name, 2000), kErrorSuccess);
   EXPECT_EQ(name, "C");
-  EXPECT_EQ(v4.RegEnumKeyExA(a, 2, &name, 2000), ERROR_NO_MORE_ITEMS);
-  EXPECT_EQ(v4.RegEnumKeyExA(a, 0, &name, 1), ERROR_MORE_DATA);
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 2, &name, 2000), kErrorNoMoreItems);
+  EXPECT_EQ(v4.RegEnumKeyExA(a, 0, &name, 1), kErrorMoreData);
 
   // Version 5: strings in hex are UTF-16; keys and values can be deleted.
   FileRegistry v5 = Parsed(
@@ -59,12 +59,12 @@ TEST(RegistryFile, ReadsTheThreeFormats) {
       "@=hex(2):41,00,e9,00,\\\n  42,00,00,00\n\"gone\"=\"x\"\n\"gone\"=-\n"
       "[HKEY_CLASSES_ROOT\\K\\Sub]\n[-HKEY_CLASSES_ROOT\\K\\Sub]\n");
   HKEY k = Open(v5, "K");
-  EXPECT_EQ(QueryValueEx(v5, k, "", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(v5, k, "", value), kErrorSuccess);
   EXPECT_EQ(std::get<std::string>(value),
             "A\xE9"
             "B");
-  EXPECT_EQ(QueryValueEx(v5, k, "gone", value), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(v5.RegEnumKeyExA(k, 0, &name, 2000), ERROR_NO_MORE_ITEMS);
+  EXPECT_EQ(QueryValueEx(v5, k, "gone", value), kErrorFileNotFound);
+  EXPECT_EQ(v5.RegEnumKeyExA(k, 0, &name, 2000), kErrorNoMoreItems);
 
   // Wine: keys relative to the machine, escaped backslashes, str(2), timestamps.
   FileRegistry wine = Parsed(
@@ -72,10 +72,10 @@ TEST(RegistryFile, ReadsTheThreeFormats) {
       "[Software\\\\Classes\\\\CLSID\\\\{X}\\\\InprocServer32] 1700000000\n#time=1d9\n"
       "@=\"C:\\\\windows\\\\system32\\\\x.dll\"\n\"E\"=str(2):\"%SystemRoot%\\\\\\x00e9\"\n");
   HKEY inproc = Open(wine, "CLSID\\{X}\\InprocServer32");
-  EXPECT_EQ(QueryValueEx(wine, inproc, "", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(wine, inproc, "", value), kErrorSuccess);
   EXPECT_EQ(std::get<std::string>(value), "C:\\windows\\system32\\x.dll");
-  EXPECT_EQ(wine.RegQueryValueExA(inproc, "E", nullptr, &type, nullptr, &size), ERROR_SUCCESS);
-  EXPECT_EQ(type, REG_EXPAND_SZ);
+  EXPECT_EQ(wine.RegQueryValueExA(inproc, "E", nullptr, &type, nullptr, &size), kErrorSuccess);
+  EXPECT_EQ(type, kRegExpandSz);
 }
 
 TEST(RegistryFile, MalformedFilesSayWhereAndWhy) {
@@ -108,33 +108,33 @@ TEST(RegistryFile, MalformedFilesSayWhereAndWhy) {
 TEST(QueryValueEx, ReadsTheThreeKindsAsTheComponentDoes) {
   FileRegistry reg;
   std::string base = "HKEY_LOCAL_MACHINE\\Software\\Classes\\V";
-  reg.SetValue(base, "fits", REG_SZ, std::string(254, 'a') + '\0');
-  reg.SetValue(base, "long", REG_SZ, std::string(255, 'a') + '\0');
-  reg.SetValue(base, "exp", REG_EXPAND_SZ,
+  reg.SetValue(base, "fits", kRegSz, std::string(254, 'a') + '\0');
+  reg.SetValue(base, "long", kRegSz, std::string(255, 'a') + '\0');
+  reg.SetValue(base, "exp", kRegExpandSz,
                std::string("%KX_TEST_HOME%\\lib;%KX_UNSET_NAME%") + '\0');
-  reg.SetValue(base, "dw", REG_DWORD, std::string("\xFF\xFF\xFF\xFF", 4));
-  reg.SetValue(base, "bin", REG_BINARY, "ab");
+  reg.SetValue(base, "dw", kRegDword, std::string("\xFF\xFF\xFF\xFF", 4));
+  reg.SetValue(base, "bin", kRegBinary, "ab");
   HKEY key = Open(reg, "V");
 
   RegValue value = std::string("untouched");
-  EXPECT_EQ(QueryValueEx(reg, key, "fits", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(reg, key, "fits", value), kErrorSuccess);
   EXPECT_EQ(std::get<std::string>(value).size(), 254u);
   value = std::string("untouched");
-  EXPECT_EQ(QueryValueEx(reg, key, "long", value), ERROR_MORE_DATA);
+  EXPECT_EQ(QueryValueEx(reg, key, "long", value), kErrorMoreData);
   EXPECT_EQ(std::get<std::string>(value), "untouched");
 
   setenv("KX_TEST_HOME", "/home/kx", 1);
   unsetenv("KX_UNSET_NAME");
-  EXPECT_EQ(QueryValueEx(reg, key, "exp", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(reg, key, "exp", value), kErrorSuccess);
   EXPECT_EQ(std::get<std::string>(value), "/home/kx\\lib;%KX_UNSET_NAME%");
 
-  EXPECT_EQ(QueryValueEx(reg, key, "dw", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(reg, key, "dw", value), kErrorSuccess);
   EXPECT_EQ(std::get<int32_t>(value), -1);
   value = std::string("untouched");
-  EXPECT_EQ(QueryValueEx(reg, key, "bin", value), ERROR_SUCCESS);
+  EXPECT_EQ(QueryValueEx(reg, key, "bin", value), kErrorSuccess);
   EXPECT_EQ(std::get<std::string>(value), "untouched");
-  EXPECT_EQ(QueryValueEx(reg, key, "absent", value), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(QueryValueEx(reg, 0x1234, "", value), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(QueryValueEx(reg, key, "absent", value), kErrorFileNotFound);
+  EXPECT_EQ(QueryValueEx(reg, 0x1234, "", value), kErrorInvalidHandle);
 
   char small[1];
   EXPECT_EQ(ExpandEnvironmentStringsA("%KX_TEST_HOME%", small, 1), 9u);
@@ -148,9 +148,9 @@ TEST(GetKXTypeLibPath, ReadsTheClassRegistrationLowerCased) {
   // Without a registration the key is created (in memory) and the path is empty.
   FileRegistry empty;
   HKEY key = 0;
-  EXPECT_EQ(empty.RegOpenKeyExA(HKEY_CLASSES_ROOT, kClassKey, 0, 0x3F, &key), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(empty.RegOpenKeyExA(kHkeyClassesRoot, kClassKey, 0, 0x3F, &key), kErrorFileNotFound);
   EXPECT_EQ(GetKXTypeLibPath(empty), "");
-  EXPECT_EQ(empty.RegOpenKeyExA(HKEY_CLASSES_ROOT, kClassKey, 0, 0x3F, &key), ERROR_SUCCESS);
+  EXPECT_EQ(empty.RegOpenKeyExA(kHkeyClassesRoot, kClassKey, 0, 0x3F, &key), kErrorSuccess);
 
   // The bundled registry names the bundled library, relative to its own folder.
   auto bundled = FileRegistry::Load(std::string(KX_SOURCE_DIR) + "/data/kxexpr.reg");

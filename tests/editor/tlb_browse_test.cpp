@@ -93,7 +93,8 @@ TEST(HostLibrary, FunctionInformationHasTheHostForm) {
             "Mid$(String As String, Start As Long, [Length As Long = -1]) As String");
   FunctionInfo get_object = Lookup("GetObject", kHost);
   EXPECT_EQ(get_object.Name, "GetObjectKX");
-  EXPECT_EQ(get_object.Syntax, "GetObject([PathName As String = \"\"], [Class As String = \"\"])");
+  EXPECT_EQ(get_object.Syntax,
+            "GetObject([PathName As String = \"\"], [Class As String = \"\"])");
   EXPECT_EQ(Lookup("Now", kHost).Syntax, "Now()");
   EXPECT_EQ(Split(Lookup("Choose", kHost).Description, "\r\n")[0],
             "Choose(Index As Integer, [ParamArray Choices As Variant()]) As Variant");

@@ -8,9 +8,9 @@
 #include <set>
 #include <string>
 
-#include "editor/snippets.h"
 #include "functions/compose.h"
 #include "functions/function_info.h"
+#include "functions/snippets.h"
 #include "host/checker_parser.h"
 #include "runtime/text.h"
 

@@ -56,7 +56,7 @@ TEST(FormatMessageTest, OnePassAgreesWithReplacingInTurn) {
     std::string expected = text;
     for (size_t i = 0; i < args.size(); ++i)
       expected = ReplaceAll(expected, "%" + std::to_string(i + 1), args[i]);
-    ASSERT_EQ(FormatMessage(text, args), expected) << text;
+    ASSERT_EQ(FormatMessageText(text, args), expected) << text;
   }
 }
 

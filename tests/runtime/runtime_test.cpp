@@ -10,9 +10,9 @@
 #include "runtime/files.h"
 #include "runtime/format.h"
 #include "runtime/narrow.h"
-#include "runtime/report.h"
 #include "runtime/text.h"
 #include "ui/message_box.h"
+#include "ui/report.h"
 
 namespace kx {
 namespace {
@@ -78,14 +78,14 @@ TEST(Collection, LargeSizesStayIndexed) {
   EXPECT_EQ(c.Item(100001), 100000);
 }
 
-TEST(FormatMessage, ReplacesPlaceholdersInTurn) {
-  EXPECT_EQ(FormatMessage("Template file: %1 is invalid, line %2.", {"a.tpl", "7"}),
+TEST(FormatMessageText, ReplacesPlaceholdersInTurn) {
+  EXPECT_EQ(FormatMessageText("Template file: %1 is invalid, line %2.", {"a.tpl", "7"}),
             "Template file: a.tpl is invalid, line 7.");
-  EXPECT_EQ(FormatMessage("%1 and %1", {"x"}), "x and x");
+  EXPECT_EQ(FormatMessageText("%1 and %1", {"x"}), "x and x");
   // Each pass works on the result of the one before.
-  EXPECT_EQ(FormatMessage("%1", {"%2", "two"}), "two");
-  EXPECT_EQ(FormatMessage("%2%1", {"a"}), "%2a");
-  EXPECT_EQ(FormatMessage("no placeholders", {"x"}), "no placeholders");
+  EXPECT_EQ(FormatMessageText("%1", {"%2", "two"}), "two");
+  EXPECT_EQ(FormatMessageText("%2%1", {"a"}), "%2a");
+  EXPECT_EQ(FormatMessageText("no placeholders", {"x"}), "no placeholders");
 }
 
 TEST(ReportError, ShowsDescriptionAndNumberWithCriticalIcon) {
@@ -109,7 +109,7 @@ TEST(ReportError, ShowsDescriptionAndNumberWithCriticalIcon) {
 }
 
 TEST(ReportError, IgnoresFailuresOfTheMessageBox) {
-  struct Throwing : ui::MessageBox {
+  struct Throwing : ui::MessageBoxService {
     int Show(const std::string&, int, const std::string&) override { throw Error(5); }
   } box;
   ui::ScopedMessageBox scoped(box);

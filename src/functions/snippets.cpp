@@ -1,9 +1,9 @@
-#include "editor/snippets.h"
+#include "functions/snippets.h"
 
 #include <iterator>
 
-#include "runtime/report.h"
 #include "runtime/text.h"
+#include "ui/report.h"
 
 namespace kx {
 

@@ -1,4 +1,4 @@
-#include "runtime/report.h"
+#include "ui/report.h"
 
 #include "ui/message_box.h"
 

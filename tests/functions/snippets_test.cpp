@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "editor/snippets.h"
+#include "functions/snippets.h"
 
 namespace kx {
 namespace {
