@@ -1,22 +1,28 @@
 #include "ui/report.h"
 
-#include "ui/message_box.h"
-
 namespace kx {
 
 std::string ErrorReportText(const Error& error) {
   return error.Description() + " (" + std::to_string(error.Number()) + ")";
 }
 
-void ReportError(std::string_view location) {
-  ReportError(location, CurrentError());
+void ReportError(ui::MessageBoxService& box, std::string_view location) {
+  ReportError(box, location, CurrentError());
 }
 
-void ReportError(std::string_view /*location*/, const Error& error) {
+void ReportError(ui::MessageBoxService& box, std::string_view /*location*/, const Error& error) {
   try {
-    ui::CurrentMessageBox().Show(ErrorReportText(error), ui::kMbCritical, "");
+    box.Show(ErrorReportText(error), ui::kMbCritical, "");
   } catch (...) {
   }
+}
+
+void ReportError(std::string_view location) {
+  ReportError(ui::CurrentMessageBox(), location, CurrentError());
+}
+
+void ReportError(std::string_view location, const Error& error) {
+  ReportError(ui::CurrentMessageBox(), location, error);
 }
 
 }  // namespace kx

@@ -1,0 +1,127 @@
+#pragma once
+// frmExprBld: the editor window's presenter. It holds every decision of the window; the
+// view only shows. One method per event, named as the component names it; each handler's
+// error location is the first thing in its body.
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "component/builder_window.h"
+#include "component/expression_checker.h"
+#include "component/kx_expression_builder.h"
+#include "component/registry.h"
+#include "functions/function_info.h"
+#include "ui/services.h"
+#include "ui/views.h"
+
+namespace kx {
+
+// Everything the window uses besides its builder.
+struct ExprBldContext {
+  ui::Services services;
+  // The registry the "Type Libraries" branch walks.
+  std::shared_ptr<Registry> registry;
+  // Validate's checker when the builder has no target: the bundled checker.
+  std::function<std::shared_ptr<ExpressionChecker>()> new_checker;
+  // Where "comments.txt" is read (the current directory when empty).
+  std::filesystem::path current_dir;
+  // Folders searched in order for a keyword file given without a folder ("kxsyntax.ini"):
+  // next to the conversion, then the data folder.
+  std::vector<std::filesystem::path> keyword_dirs;
+  // Folder that relative and drive paths of type libraries resolve against.
+  std::filesystem::path library_base;
+};
+
+class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
+ public:
+  frmExprBld(ExprBldContext context, KXExpressionBuilder* builder);
+  ~frmExprBld() override;
+
+  // BuilderWindow
+  void Load() override;
+  bool IsLoaded() const override;
+  void Unload() override;
+  ui::ExprBldView& View() override;
+  void SetGeneralFont(const std::string& font_name) override;
+  void SetHelpFileIDs(int32_t help_id) override;
+  void BuildTreeView(const std::function<void()>& add_user_nodes) override;
+
+  // ---- Window life and commands (exprbld_window.cpp) ----
+  void Form_Load();
+  void Form_Activate() override;
+  void Form_Resize() override;
+  bool Form_QueryUnload(int unload_mode) override;
+  void Form_Unload() override;
+  void InitExprFormControls();
+  void DiscardComments();
+  void ButtonClick(std::string_view name) override;
+  void MenuClick(std::string_view name) override;
+  void tbar_ButtonClick(std::string_view key) override;
+  void KXEditor1_KeyDown() override;
+  void KXEditor1_MouseDown() override;
+  void cmdok_Click();
+  void cmdcancel_Click();
+  void cmdhelp_Click();
+  void cmdParam_Click();
+  void cmdFilename_Click();
+  void HandleEditCopy();
+  void HandleEditCut();
+  void HandleEditPaste();
+  void HandleEditFind();
+  void HandleEditReplace();
+  void HandleEditUndo();
+  void HandleEditRedo();
+  void HandleToolsToggleBookmark();
+  void HandleToolsDeleteBookmarks();
+  void HandleToolsNextBookmark();
+  void HandleToolsPrevBookmark();
+  void HandleFileOpen();
+  void HandleFileSave();
+  void HandleToolsKeywords();
+  void HandleToolsValidate();
+  void HandleToolsTemplateEditor();
+  void HandleToolsSaveExpression();
+  void HandleViewHideBottom();
+  void HandleViewProperties();
+  // The stored length of the "comments.txt" text while the editor holds only it.
+  int32_t CommentLength() const { return comment_length_; }
+  bool BottomPaneHidden() const { return bottom_hidden_; }
+
+  // ---- Token palette and insertion (exprbld_palette.cpp) ----
+  void TreeView1_NodeClick(std::string_view key) override;
+  void ssdgridtokens_BeforeRowColChange() override;
+  void ssdgridtokens_RowColChange() override;
+  void ssdgridtokens_DblClick() override;
+  void ssdgridtokens_BuildFunction() override;
+  void InsertToken(const std::string& text);
+  void BuildFlowTokens();
+  void BuildFunctionTokens(const std::string& category);
+  void BuildSrcFldTokens(const std::string& key);
+  void BuildTrgFldTokens(const std::string& key);
+  void ShowFunctionGrid();
+  void BuildTLBList();
+  void BuildTLBMembers(const std::string& key);
+
+ private:
+  ExprBldContext context_;
+  KXExpressionBuilder* builder_;  // not owned; the builder outlives its window
+  std::unique_ptr<ui::ExprBldView> view_;
+  bool loaded_ = false;
+  bool first_activation_ = false;
+  bool bottom_hidden_ = false;
+  int32_t comment_length_ = 0;
+  FunctionInfo info_;  // the record the palette fills for functions and constructs
+
+  ui::MessageBoxService& Box() { return *context_.services.message_box; }
+
+  // ---- private helpers of the window part (exprbld_window.cpp) ----
+
+  // ---- private helpers of the palette part (exprbld_palette.cpp) ----
+};
+
+}  // namespace kx

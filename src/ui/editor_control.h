@@ -1,0 +1,61 @@
+#pragma once
+// The code-editor control. Text is bytes; positions are 1-based (position 1 is before the
+// first character), lines are 1-based. Line breaks are whatever the text holds (CR LF).
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ui/controls.h"
+
+namespace kx::ui {
+
+class EditorControl : public Control {
+ public:
+  virtual std::string Text() const = 0;
+  // Inserts at the caret, replacing the selection; the caret ends after the text. One
+  // undo step.
+  virtual void InsertText(const std::string& text) = 0;
+  // Empties the text (one undo step).
+  virtual void Clear() = 0;
+
+  virtual int32_t CaretPosition() const = 0;
+  virtual void SetCaretPosition(int32_t position) = 0;  // clipped to 1..length+1
+  // Selection as start position and length (length 0: no selection, start = caret).
+  virtual int32_t SelectionStart() const = 0;
+  virtual int32_t SelectionLength() const = 0;
+  virtual void Select(int32_t start, int32_t length) = 0;  // clipped to the text
+
+  virtual void Copy() = 0;
+  virtual void Cut() = 0;
+  virtual void Paste() = 0;
+  virtual void Undo() = 0;
+  virtual void Redo() = 0;
+  virtual bool CanUndo() const = 0;
+  virtual bool CanRedo() const = 0;
+
+  // Opens the control's own find or replace function (a modal dialog of the control).
+  virtual void Find() = 0;
+  virtual void Replace() = 0;
+
+  virtual void ToggleBookmark() = 0;  // on the caret's line
+  virtual void DeleteAllBookmarks() = 0;
+  virtual void NextBookmark() = 0;  // caret to the next bookmarked line, wrapping
+  virtual void PrevBookmark() = 0;
+  virtual std::vector<int32_t> Bookmarks() const = 0;  // line numbers, ascending
+
+  // The keyword (colouring) file; a relative name is found as the view's environment says.
+  virtual void SetKeywordFile(const std::string& path) = 0;
+  virtual std::string KeywordFile() const = 0;
+  virtual void ReloadKeywords() = 0;
+
+  // Replaces the text with a file's bytes (clears undo) / writes the text to a file
+  // through the safe save. Failures raise the platform's file errors.
+  virtual void LoadFile(const std::string& path) = 0;
+  virtual void SaveFile(const std::string& path) = 0;
+
+  // Colour styles by name ("style_winhighlight", "style_tokennormal").
+  virtual void SetStyle(const std::string& name) = 0;
+};
+
+}  // namespace kx::ui
