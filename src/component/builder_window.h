@@ -26,8 +26,8 @@ class BuilderWindow {
   virtual void SetGeneralFont(const std::string& font_name) = 0;
   virtual void SetHelpFileIDs(int32_t help_id) = 0;
   // Fills the token tree from the builder's sides, user lists and host library (errors are
-  // reported as "BuildTreeView(CKXExpressionBuilder)"). The user lists are added through `add_user_nodes` between the
-  // field-name subtree and the function subtree.
+  // reported as "BuildTreeView(CKXExpressionBuilder)"). The user lists are added through
+  // `add_user_nodes` between the field-name subtree and the function subtree.
   virtual void BuildTreeView(const std::function<void()>& add_user_nodes) = 0;
 };
 
