@@ -6,6 +6,7 @@
 
 #include "host/checker_object.h"
 #include "host/checker_parser.h"
+#include "host/conversion_locate.h"
 
 namespace kx::host {
 namespace {
@@ -133,6 +134,40 @@ TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
     EXPECT_EQ(e.line, c.line) << c.text;
     EXPECT_EQ(e.column, c.column) << c.text;
   }
+}
+
+// Columns count characters as a person sees them (a UTF-8 sequence once, a tab once, a byte
+// of a single-byte code page once); start and length stay in bytes for the editor.
+TEST(CheckerSyntax, ColumnsCountCharactersStartCountsBytes) {
+  struct ColumnCase {
+    const char* text;
+    int start, length, line, column;
+    bool utf8;  // then the column agrees with a conversion document's error positions
+  };
+  const ColumnCase cases[] = {
+      {"x = \"\xc3\xa9\" +", 11, 0, 1, 10, true},
+      {"x = \"\xf0\x9f\x98\x80\" y", 12, 1, 1, 9, true},
+      {"\xc3\xa9 = 1\r\ny = )", 13, 1, 2, 5, true},
+      {"s = \"\xc3\xbc\" & _\r\n  \"\xc3\xb6\" +", 23, 0, 2, 8, true},
+      {"x = \"5\xb0 caf\xe9\" +", 16, 0, 1, 16, false},  // Latin-1 bytes
+      {"x = [\xe2\x82] +", 11, 0, 1, 11, false},         // a cut-off sequence
+  };
+  for (const ColumnCase& c : cases) {
+    auto errors = CheckExpressionSyntax(c.text);
+    ASSERT_EQ(errors.size(), 1u) << c.text;
+    EXPECT_EQ(errors[0].start, c.start) << c.text;
+    EXPECT_EQ(errors[0].length, c.length) << c.text;
+    EXPECT_EQ(errors[0].line, c.line) << c.text;
+    EXPECT_EQ(errors[0].column, c.column) << c.text;
+    if (c.utf8) {
+      TextLocation loc = LocationOf(c.text, static_cast<size_t>(c.start - 1));
+      EXPECT_EQ(loc.line, static_cast<size_t>(c.line)) << c.text;
+      EXPECT_EQ(loc.column, static_cast<size_t>(c.column)) << c.text;
+    }
+  }
+  // Columns named inside a message count the same way.
+  EXPECT_EQ(FirstMessage("\t[\xe2\x82\xac] = (1"),
+            "Expected \")\" to close the \"(\" at column 8, found end of text");
 }
 
 TEST(CheckerSyntax, BlocksThatDoNotCloseOrDoNotOpen) {
