@@ -28,6 +28,7 @@ constexpr std::array kKeywords{
     KeywordEntry{"mod", "Mod", Keyword::Mod},
     KeywordEntry{"not", "Not", Keyword::Not},
     KeywordEntry{"set", "Set", Keyword::Set},
+    KeywordEntry{"sub", "Sub", Keyword::Sub},
     KeywordEntry{"xor", "Xor", Keyword::Xor},
     KeywordEntry{"case", "Case", Keyword::Case},
     KeywordEntry{"else", "Else", Keyword::Else},
@@ -43,9 +44,10 @@ constexpr std::array kKeywords{
     KeywordEntry{"resume", "Resume", Keyword::Resume},
     KeywordEntry{"return", "Return", Keyword::Return},
     KeywordEntry{"select", "Select", Keyword::Select},
+    KeywordEntry{"function", "Function", Keyword::Function},
 };
 
-constexpr size_t kLongestKeyword = 6;
+constexpr size_t kLongestKeyword = 8;
 
 bool IsLetter(unsigned char c) {
   return (c | 0x20) >= 'a' && (c | 0x20) <= 'z';

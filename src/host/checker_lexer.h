@@ -21,7 +21,8 @@ enum class TokenKind : uint8_t {
   Invalid,  // a lexical fault; `problem` says which
 };
 
-// Reserved words. Words that only matter in one place (Error, Each, In, New) stay names.
+// Reserved words. Words that only matter in one place (Error, Each, In, New, ByVal, ByRef)
+// stay names.
 enum class Keyword : uint8_t {
   None,
   And,
@@ -33,6 +34,7 @@ enum class Keyword : uint8_t {
   End,
   Exit,
   For,
+  Function,
   GoTo,
   If,
   Is,
@@ -48,6 +50,7 @@ enum class Keyword : uint8_t {
   Select,
   Set,
   Step,
+  Sub,
   Then,
   To,
   Wend,

@@ -106,8 +106,7 @@ TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
       {"On Error Resume", "Expected Next after On Error Resume, found end of text", 16, 0, 1, 16},
       {"On Error x", "Expected GoTo or Resume Next after On Error, found name x", 10, 1, 1, 10},
       {"GoTo", "Expected a label after GoTo, found end of text", 5, 0, 1, 5},
-      {"End While", "Expected If or Select after End, found While", 5, 5, 1, 5},
-      {"Exit For", "Exit For outside a For loop", 1, 4, 1, 1},
+      {"End While", "Expected If, Select, Function or Sub after End, found While", 5, 5, 1, 5},
       {"If a Then For i = 1 To 2", "For cannot be used in a single-line If; use a block If", 11, 3,
        1, 11},
       {"If a Then If b Then\r\nEnd If",
@@ -215,7 +214,7 @@ TEST(CheckerSyntax, BlocksThatDoNotCloseOrDoNotOpen) {
 
 TEST(CheckerSyntax, ReportsEveryErrorRecoveringAtTheNextLine) {
   auto errors =
-      CheckExpressionSyntax("x = \r\ny = 1\r\nz = (\r\n\"open\r\nIf q Then r s\r\nok = 1");
+      CheckExpressionSyntax("x = \r\ny = 1\r\nz = (\r\n\"open\r\nIf q Then r = s t\r\nok = 1");
   ASSERT_EQ(errors.size(), 4u);
   EXPECT_EQ(errors[0].line, 1);
   EXPECT_EQ(errors[1].line, 3);
