@@ -140,6 +140,30 @@ std::string_view OpText(Op op) {
   return {};
 }
 
+// A well-formed UTF-8 sequence is one character; any other byte is one too, so a text in a
+// single-byte code page counts one character per byte.
+size_t CountCharacters(std::string_view text, size_t from, size_t to) {
+  size_t count = 0;
+  while (from < to) {
+    unsigned char c = static_cast<unsigned char>(text[from]);
+    size_t n = 1;
+    if (c >= 0xC2 && c <= 0xF4) {
+      size_t want = c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
+      unsigned char low = c == 0xE0 ? 0xA0 : c == 0xF0 ? 0x90 : 0x80;
+      unsigned char high = c == 0xED ? 0x9F : c == 0xF4 ? 0x8F : 0xBF;
+      if (from + want <= text.size() && static_cast<unsigned char>(text[from + 1]) >= low &&
+          static_cast<unsigned char>(text[from + 1]) <= high) {
+        n = 2;
+        while (n < want && (static_cast<unsigned char>(text[from + n]) & 0xC0) == 0x80) ++n;
+        if (n < want) n = 1;
+      }
+    }
+    from += n;
+    ++count;
+  }
+  return count;
+}
+
 bool Lexer::AtLineEnd(size_t pos) const {
   return pos >= text_.size() || text_[pos] == '\r' || text_[pos] == '\n';
 }
@@ -153,37 +177,6 @@ size_t Lexer::SkipLineBreak(size_t pos) const {
 size_t Lexer::FindLineEnd(size_t pos) const {
   while (!AtLineEnd(pos)) ++pos;
   return pos;
-}
-
-// A well-formed UTF-8 sequence is one character; any other byte is one too, so a text in a
-// single-byte code page counts one character per byte.
-size_t Lexer::CharLength(size_t pos) const {
-  unsigned char c = static_cast<unsigned char>(text_[pos]);
-  if (c < 0xC2 || c > 0xF4) return 1;
-  size_t n = c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
-  if (pos + n > text_.size()) return 1;
-  unsigned char second = static_cast<unsigned char>(text_[pos + 1]);
-  unsigned char low = c == 0xE0 ? 0xA0 : c == 0xF0 ? 0x90 : 0x80;
-  unsigned char high = c == 0xED ? 0x9F : c == 0xF4 ? 0x8F : 0xBF;
-  if (second < low || second > high) return 1;
-  for (size_t i = 2; i < n; ++i)
-    if ((static_cast<unsigned char>(text_[pos + i]) & 0xC0) != 0x80) return 1;
-  return n;
-}
-
-// Tokens come in order, so counting on from the last one keeps this linear in the line.
-uint32_t Lexer::ColumnOf(size_t pos) {
-  if (column_line_ != line_start_) {
-    column_line_ = line_start_;
-    column_pos_ = line_start_;
-    column_chars_ = 0;
-  }
-  while (column_pos_ < pos) {
-    column_pos_ +=
-        static_cast<unsigned char>(text_[column_pos_]) < 0x80 ? 1 : CharLength(column_pos_);
-    ++column_chars_;
-  }
-  return column_chars_ + 1;
 }
 
 void Lexer::SkipBlanks() {
@@ -214,7 +207,7 @@ Token Lexer::Next() {
   Token t;
   t.start = pos_;
   t.line = line_;
-  t.column = ColumnOf(pos_);
+  t.column = static_cast<uint32_t>(pos_ - line_start_ + 1);
   if (pos_ >= text_.size()) {
     t.kind = TokenKind::EndOfText;
     return t;
@@ -224,7 +217,7 @@ Token Lexer::Next() {
     // A comment runs to the end of the line and counts as the line's end.
     pos_ = FindLineEnd(pos_);
     t.start = pos_;
-    t.column = ColumnOf(pos_);
+    t.column = static_cast<uint32_t>(pos_ - line_start_ + 1);
     c = pos_ < text_.size() ? static_cast<unsigned char>(text_[pos_]) : 0;
     if (pos_ >= text_.size()) {
       t.kind = TokenKind::EndOfText;
@@ -282,7 +275,7 @@ void Lexer::ScanName(Token& t) {
     pos_ = FindLineEnd(pos_);
     t.start = pos_;
     t.length = 0;
-    t.column = ColumnOf(pos_);
+    t.column = static_cast<uint32_t>(pos_ - line_start_ + 1);
     if (pos_ >= text_.size()) {
       t.kind = TokenKind::EndOfText;
       return;

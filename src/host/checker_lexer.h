@@ -101,13 +101,15 @@ struct Token {
   size_t start = 0;   // 0-based offset in the text
   size_t length = 0;  // 0 for the end of a line or of the text
   uint32_t line = 1;
-  uint32_t column = 1;  // 1-based, in characters of the line (see Lexer::ColumnOf)
+  uint32_t column = 1;  // 1-based, in bytes
 };
 
 // How a keyword is spelled in messages.
 std::string_view KeywordName(Keyword k);
 // How an operator is written.
 std::string_view OpText(Op op);
+// Characters a person sees in text[from, to): columns count these, not bytes.
+size_t CountCharacters(std::string_view text, size_t from, size_t to);
 
 class Lexer {
  public:
@@ -122,8 +124,6 @@ class Lexer {
   bool AtLineEnd(size_t pos) const;
   size_t SkipLineBreak(size_t pos) const;  // past CR LF, LF or CR at pos
   size_t FindLineEnd(size_t pos) const;
-  size_t CharLength(size_t pos) const;
-  uint32_t ColumnOf(size_t pos);
   void ScanName(Token& t);
   void ScanNumber(Token& t);
   void ScanDelimited(Token& t, char close, TokenKind kind, LexProblem unclosed);
@@ -134,10 +134,6 @@ class Lexer {
   size_t pos_ = 0;
   uint32_t line_ = 1;
   size_t line_start_ = 0;
-  // Characters counted so far on the line that starts at column_line_: up to column_pos_.
-  size_t column_line_ = 0;
-  size_t column_pos_ = 0;
-  uint32_t column_chars_ = 0;
 };
 
 }  // namespace kx::host

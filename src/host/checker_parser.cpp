@@ -169,6 +169,21 @@ class Parser {
   std::vector<SyntaxError> Sorted() {
     std::stable_sort(errors_.begin(), errors_.end(),
                      [](const SyntaxError& a, const SyntaxError& b) { return a.start < b.start; });
+    // Tokens carry byte columns, which cost nothing to keep; only the errors' columns are
+    // counted in characters, in one pass since the errors are now in order.
+    std::string_view text = lex_.text();
+    size_t line_start = 0, counted_to = 0, characters = 0;
+    for (SyntaxError& e : errors_) {
+      size_t pos = static_cast<size_t>(e.start) - 1;
+      size_t start = pos - static_cast<size_t>(e.column - 1);
+      if (start != line_start || pos < counted_to) {
+        line_start = counted_to = start;
+        characters = 0;
+      }
+      characters += CountCharacters(text, counted_to, pos);
+      counted_to = pos;
+      e.column = Clamp(characters + 1);
+    }
     return std::move(errors_);
   }
 
@@ -278,7 +293,7 @@ class Parser {
     e.start = Clamp(at.start + 1);
     e.length = Clamp(at.length);
     e.line = Clamp(at.line);
-    e.column = Clamp(at.column);
+    e.column = Clamp(at.column);  // in bytes until Sorted counts characters
     errors_.push_back(std::move(e));
   }
 
@@ -1056,8 +1071,12 @@ class Parser {
     ParseExpr(0, "an argument", separator);
   }
 
+  size_t CharacterColumn(const Token& t) const {
+    return CountCharacters(lex_.text(), t.start - (t.column - 1), t.start) + 1;
+  }
+
   [[noreturn]] void ExpectedClose(const Token& open) {
-    std::string where = "column " + std::to_string(open.column);
+    std::string where = "column " + std::to_string(CharacterColumn(open));
     if (open.line != tok_.line) where = "line " + std::to_string(open.line) + ", " + where;
     Expected("\")\" to close the \"(\" at " + where);
   }
