@@ -46,19 +46,16 @@ void operator delete(void* p, size_t) noexcept {
 namespace {
 
 // A mix of what conversions hold: field tests, concatenations, calls, every construct.
-std::string MakeFlatText(size_t bytes) {
-  std::mt19937 rng(7);
-  auto pick = [&](int n) { return static_cast<int>(rng() % static_cast<unsigned>(n)); };
-  const char* fields[] = {"Records(\"Customer\").Fields(\"Name\")", "Fields(\"Amount\")",
-                          "Targets(0).Records(\"Out\").Fields(\"Total\")", "[First Name]"};
-  std::string text;
-  text.reserve(bytes + 512);
-  int n = 0;
-  while (text.size() < bytes) {
-    std::string f = fields[pick(4)];
-    std::string g = fields[pick(4)];
-    std::string k = std::to_string(n++);
-    switch (pick(8)) {
+class TextMaker {
+ public:
+  // One statement or construct, a few lines at most.
+  void AppendUnit(std::string& text) {
+    const char* fields[] = {"Records(\"Customer\").Fields(\"Name\")", "Fields(\"Amount\")",
+                            "Targets(0).Records(\"Out\").Fields(\"Total\")", "[First Name]"};
+    std::string f = fields[Pick(4)];
+    std::string g = fields[Pick(4)];
+    std::string k = std::to_string(n_++);
+    switch (Pick(9)) {
       case 0:
         text += "If " + f + " = \"\" Then \"none\" Else Trim$(" + f + ")\r\n";
         break;
@@ -85,10 +82,45 @@ std::string MakeFlatText(size_t bytes) {
       case 6:
         text += "Return " + f + " & \" \" & " + g + " Like \"*a*\"\r\n";
         break;
+      case 7:
+        text += "SetVariable \"Count" + k + "\", GetVariable(\"Count\") + 1\r\nMarkRejected " + f +
+                ", , \"why\"\r\n";
+        break;
       default:
         text += "total = total + Val(" + f + ") - &H1F Mod 3 ^ 2 \\ 1\r\n";
         break;
     }
+  }
+
+  int Pick(int n) { return static_cast<int>(rng_() % static_cast<unsigned>(n)); }
+
+ private:
+  std::mt19937 rng_{7};
+  int n_ = 0;
+};
+
+std::string MakeFlatText(size_t bytes) {
+  TextMaker maker;
+  std::string text;
+  text.reserve(bytes + 512);
+  while (text.size() < bytes) maker.AppendUnit(text);
+  return text;
+}
+
+// A code module: Functions and Subs of a few statements each.
+std::string MakeModuleText(size_t bytes) {
+  TextMaker maker;
+  std::string text;
+  text.reserve(bytes + 1024);
+  for (int n = 0; text.size() < bytes; ++n) {
+    bool function = maker.Pick(2) == 0;
+    std::string name = (function ? "Compute" : "Update") + std::to_string(n);
+    text += function
+                ? "Function " + name + "(ByVal a As String, b, values() As Variant) As Long\r\n"
+                : "Sub " + name + "(ByRef target)\r\n";
+    for (int i = maker.Pick(6); i >= 0; --i) maker.AppendUnit(text);
+    text += function ? "  If b Then Exit Function\r\n  " + name + " = Len(a)\r\nEnd Function\r\n"
+                     : "  If target = \"\" Then Exit Sub\r\nEnd Sub\r\n";
   }
   return text;
 }
@@ -127,6 +159,12 @@ void BM_CheckFlat10MB(benchmark::State& state) {
   Run(state, text);
 }
 BENCHMARK(BM_CheckFlat10MB)->Unit(benchmark::kMillisecond);
+
+void BM_CheckModule10MB(benchmark::State& state) {
+  static const std::string text = MakeModuleText(10 << 20);
+  Run(state, text);
+}
+BENCHMARK(BM_CheckModule10MB)->Unit(benchmark::kMillisecond);
 
 // Memory should grow with the depth argument and stay flat in the text's size.
 void BM_CheckNested10MB(benchmark::State& state) {

@@ -28,6 +28,7 @@ constexpr std::array kKeywords{
     KeywordEntry{"mod", "Mod", Keyword::Mod},
     KeywordEntry{"not", "Not", Keyword::Not},
     KeywordEntry{"set", "Set", Keyword::Set},
+    KeywordEntry{"sub", "Sub", Keyword::Sub},
     KeywordEntry{"xor", "Xor", Keyword::Xor},
     KeywordEntry{"case", "Case", Keyword::Case},
     KeywordEntry{"else", "Else", Keyword::Else},
@@ -43,9 +44,10 @@ constexpr std::array kKeywords{
     KeywordEntry{"resume", "Resume", Keyword::Resume},
     KeywordEntry{"return", "Return", Keyword::Return},
     KeywordEntry{"select", "Select", Keyword::Select},
+    KeywordEntry{"function", "Function", Keyword::Function},
 };
 
-constexpr size_t kLongestKeyword = 6;
+constexpr size_t kLongestKeyword = 8;
 
 bool IsLetter(unsigned char c) {
   return (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
@@ -136,6 +138,30 @@ std::string_view OpText(Op op) {
       break;
   }
   return {};
+}
+
+// A well-formed UTF-8 sequence is one character; any other byte is one too, so a text in a
+// single-byte code page counts one character per byte.
+size_t CountCharacters(std::string_view text, size_t from, size_t to) {
+  size_t count = 0;
+  while (from < to) {
+    unsigned char c = static_cast<unsigned char>(text[from]);
+    size_t n = 1;
+    if (c >= 0xC2 && c <= 0xF4) {
+      size_t want = c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4;
+      unsigned char low = c == 0xE0 ? 0xA0 : c == 0xF0 ? 0x90 : 0x80;
+      unsigned char high = c == 0xED ? 0x9F : c == 0xF4 ? 0x8F : 0xBF;
+      if (from + want <= text.size() && static_cast<unsigned char>(text[from + 1]) >= low &&
+          static_cast<unsigned char>(text[from + 1]) <= high) {
+        n = 2;
+        while (n < want && (static_cast<unsigned char>(text[from + n]) & 0xC0) == 0x80) ++n;
+        if (n < want) n = 1;
+      }
+    }
+    from += n;
+    ++count;
+  }
+  return count;
 }
 
 bool Lexer::AtLineEnd(size_t pos) const {

@@ -21,7 +21,8 @@ enum class TokenKind : uint8_t {
   Invalid,  // a lexical fault; `problem` says which
 };
 
-// Reserved words. Words that only matter in one place (Error, Each, In, New) stay names.
+// Reserved words. Words that only matter in one place (Error, Each, In, New, ByVal, ByRef)
+// stay names.
 enum class Keyword : uint8_t {
   None,
   And,
@@ -33,6 +34,7 @@ enum class Keyword : uint8_t {
   End,
   Exit,
   For,
+  Function,
   GoTo,
   If,
   Is,
@@ -48,6 +50,7 @@ enum class Keyword : uint8_t {
   Select,
   Set,
   Step,
+  Sub,
   Then,
   To,
   Wend,
@@ -105,6 +108,8 @@ struct Token {
 std::string_view KeywordName(Keyword k);
 // How an operator is written.
 std::string_view OpText(Op op);
+// Characters a person sees in text[from, to): columns count these, not bytes.
+size_t CountCharacters(std::string_view text, size_t from, size_t to);
 
 class Lexer {
  public:

@@ -11,7 +11,11 @@ namespace kx::host {
 
 namespace {
 
-enum class BlockKind : uint8_t { If, Select, For, While };
+enum class BlockKind : uint8_t { If, Select, For, While, Function, Sub };
+
+bool IsProcedure(BlockKind k) {
+  return k == BlockKind::Function || k == BlockKind::Sub;
+}
 
 struct Block {
   BlockKind kind;
@@ -33,6 +37,10 @@ std::string_view OpenerName(BlockKind k) {
       return "For";
     case BlockKind::While:
       return "While";
+    case BlockKind::Function:
+      return "Function";
+    case BlockKind::Sub:
+      return "Sub";
   }
   return {};
 }
@@ -47,6 +55,10 @@ std::string_view CloserName(BlockKind k) {
       return "Next";
     case BlockKind::While:
       return "Wend";
+    case BlockKind::Function:
+      return "End Function";
+    case BlockKind::Sub:
+      return "End Sub";
   }
   return {};
 }
@@ -157,6 +169,21 @@ class Parser {
   std::vector<SyntaxError> Sorted() {
     std::stable_sort(errors_.begin(), errors_.end(),
                      [](const SyntaxError& a, const SyntaxError& b) { return a.start < b.start; });
+    // Tokens carry byte columns, which cost nothing to keep; only the errors' columns are
+    // counted in characters, in one pass since the errors are now in order.
+    std::string_view text = lex_.text();
+    size_t line_start = 0, counted_to = 0, characters = 0;
+    for (SyntaxError& e : errors_) {
+      size_t pos = static_cast<size_t>(e.start) - 1;
+      size_t start = pos - static_cast<size_t>(e.column - 1);
+      if (start != line_start || pos < counted_to) {
+        line_start = counted_to = start;
+        characters = 0;
+      }
+      characters += CountCharacters(text, counted_to, pos);
+      counted_to = pos;
+      e.column = Clamp(characters + 1);
+    }
     return std::move(errors_);
   }
 
@@ -266,7 +293,7 @@ class Parser {
     e.start = Clamp(at.start + 1);
     e.length = Clamp(at.length);
     e.line = Clamp(at.line);
-    e.column = Clamp(at.column);
+    e.column = Clamp(at.column);  // in bytes until Sorted counts characters
     errors_.push_back(std::move(e));
   }
 
@@ -348,7 +375,8 @@ class Parser {
   void ParseStatement(bool single_line_if) {
     after_ = "end of line after the statement";
     if (!single_line_if && !blocks_.empty() && blocks_.back().kind == BlockKind::Select &&
-        !blocks_.back().case_seen && !IsKeyword(Keyword::Case) && !IsKeyword(Keyword::End))
+        !blocks_.back().case_seen && !IsKeyword(Keyword::Case) && !IsKeyword(Keyword::End) &&
+        !IsKeyword(Keyword::Function) && !IsKeyword(Keyword::Sub))
       Expected("Case in the Select Case on line " + std::to_string(blocks_.back().opener.line));
     if (tok_.kind == TokenKind::Keyword) {
       switch (tok_.keyword) {
@@ -367,6 +395,13 @@ class Parser {
             Fail(tok_, std::string(KeywordName(tok_.keyword)) +
                            " cannot be used in a single-line If; use a block If");
           ParseBlockStatement();
+          return;
+        case Keyword::Function:
+        case Keyword::Sub:
+          if (single_line_if)
+            Fail(tok_,
+                 std::string(KeywordName(tok_.keyword)) + " cannot be used in a single-line If");
+          ParseProcedure();
           return;
         case Keyword::End:
           ParseEnd(single_line_if);
@@ -406,10 +441,28 @@ class Parser {
       }
     }
     // "Call Name(...)" is the VB family's explicit call statement.
-    if (IsWord("call") && Peek().kind == TokenKind::Name) Next();
+    bool explicit_call = IsWord("call") && Peek().kind == TokenKind::Name;
+    if (explicit_call) Next();
     Token first = tok_;
     uint64_t before = tokens_;
-    ParseExpr(0, "a statement");
+    if (tok_.kind == TokenKind::Name && !explicit_call) {
+      bool ends_in_call;
+      {
+        DepthGuard guard(*this);
+        Next();
+        ends_in_call = ParsePostfix();
+      }
+      // A call without parentheses: the path must end in a name and the first argument
+      // must start with something no operator could be, so "a b" calls but "a -b" and
+      // "f(x) y" stay what they were.
+      if (!ends_in_call && StartsCallArgument()) {
+        ParseCallArguments();
+        return;
+      }
+      ParseOperators(0);
+    } else {
+      ParseExpr(0, "a statement");
+    }
     after_ = "an operator or end of line after the expression";
     // "  name:" alone on a line is a label that lost its place in column 1.
     if (!single_line_if && first.kind == TokenKind::Name && tokens_ == before + 1 &&
@@ -417,6 +470,101 @@ class Parser {
         (Peek().kind == TokenKind::EndOfLine || Peek().kind == TokenKind::EndOfText))
       Fail(first, "A label must begin in column 1: remove the blanks before " +
                       Shorten(lex_.Text(first)) + ":");
+  }
+
+  bool StartsCallArgument() const {
+    switch (tok_.kind) {
+      case TokenKind::Name:
+      case TokenKind::Bracketed:
+      case TokenKind::Number:
+      case TokenKind::String:
+      case TokenKind::Date:
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  // The arguments of a call statement: a list as between parentheses, the first not empty.
+  void ParseCallArguments() {
+    Token separator;
+    const Token* after = nullptr;  // the first argument follows no separator
+    for (;;) {
+      ParseArgument(after);
+      if (!IsOp(Op::Comma)) break;
+      do {  // an omitted argument: Log "a", , "c"
+        separator = tok_;
+        Next();
+      } while (IsOp(Op::Comma));
+      after = &separator;
+    }
+    after_ = "an operator, \",\" or end of line after the argument";
+  }
+
+  // Function or Sub name [(parameters)] [As type]; closed by End Function or End Sub.
+  void ParseProcedure() {
+    Token kw = tok_;
+    BlockKind kind = IsKeyword(Keyword::Function) ? BlockKind::Function : BlockKind::Sub;
+    // Procedures do not nest: whatever is still open ends before this one.
+    std::string before;
+    while (!blocks_.empty()) {
+      if (before.empty())
+        before = "the " + std::string(OpenerName(kind)) + " on line " + std::to_string(kw.line);
+      Report(blocks_.back().opener, Unclosed(blocks_.back(), before));
+      blocks_.pop_back();
+    }
+    open_ = {};
+    pending_ = Block{kind, kw, {}};
+    Next();
+    if (tok_.kind != TokenKind::Name) Expected("a name after " + std::string(OpenerName(kind)));
+    Next();
+    if (IsOp(Op::LParen)) ParseParameters();
+    if (kind == BlockKind::Function && IsKeyword(Keyword::As)) {
+      Next();
+      ParseTypeName();
+    }
+    Push(*pending_);
+    pending_.reset();
+    after_ = kind == BlockKind::Function ? "end of line after the Function line"
+                                         : "end of line after the Sub line";
+  }
+
+  // ([ByVal | ByRef] name [()] [As type], ...)
+  void ParseParameters() {
+    Token open = tok_;
+    Next();
+    if (IsOp(Op::RParen)) {
+      Next();
+      return;
+    }
+    std::string_view what = "a parameter name after \"(\"";
+    for (;;) {
+      if (IsWord("byval") || IsWord("byref")) {
+        what = IsWord("byval") ? "a parameter name after ByVal" : "a parameter name after ByRef";
+        Next();
+      }
+      if (tok_.kind != TokenKind::Name) Expected(what);
+      Next();
+      if (IsOp(Op::LParen)) {  // an array: values()
+        Next();
+        if (!IsOp(Op::RParen)) Expected("\")\" after \"(\" of an array parameter");
+        Next();
+      }
+      if (IsKeyword(Keyword::As)) {
+        Next();
+        ParseTypeName();
+      }
+      if (!IsOp(Op::Comma)) break;
+      Next();
+      what = "a parameter name after \",\"";
+    }
+    if (!IsOp(Op::RParen)) ExpectedClose(open);
+    Next();
+  }
+
+  // The procedure around the current line; procedures only ever sit at the bottom.
+  const Block* OpenProcedure() const {
+    return !blocks_.empty() && IsProcedure(blocks_.front().kind) ? &blocks_.front() : nullptr;
   }
 
   void ParseIf(bool single_line_if) {
@@ -519,8 +667,8 @@ class Parser {
 
   // Closes the innermost block of `kind`; blocks opened inside it and still open are errors.
   // Each block is popped once, so closing stays linear in the text however it is nested.
-  Block Close(BlockKind kind, const Token& closer) {
-    std::string_view name = CloserName(kind);
+  Block Close(BlockKind kind, const Token& closer, std::string_view name = {}) {
+    if (name.empty()) name = CloserName(kind);
     if (!IsOpen(kind))
       Fail(closer, std::string(name) + " without " + std::string(OpenerName(kind)));
     std::string before;
@@ -538,19 +686,46 @@ class Parser {
   void ParseEnd(bool single_line_if) {
     Token kw = tok_;
     Next();
-    if (!IsKeyword(Keyword::If) && !IsKeyword(Keyword::Select)) {
-      if (!AtStatementEnd(single_line_if)) Expected("If or Select after End");
+    BlockKind kind;
+    if (IsKeyword(Keyword::If)) {
+      kind = BlockKind::If;
+    } else if (IsKeyword(Keyword::Select)) {
+      kind = BlockKind::Select;
+    } else if (IsKeyword(Keyword::Function)) {
+      kind = BlockKind::Function;
+    } else if (IsKeyword(Keyword::Sub)) {
+      kind = BlockKind::Sub;
+    } else {
+      if (!AtStatementEnd(single_line_if)) Expected("If, Select, Function or Sub after End");
       return;  // End on its own stops the expression
     }
-    // The closer is shown as written, "End if" included.
-    Token closer = kw;
-    if (tok_.line == kw.line) closer.length = tok_.start + tok_.length - kw.start;
-    BlockKind kind = IsKeyword(Keyword::If) ? BlockKind::If : BlockKind::Select;
+    Token closer = Span(kw);
     if (single_line_if)
       Fail(kw, std::string(CloserName(kind)) + " cannot be used in a single-line If");
     Next();
-    Close(kind, closer);
-    after_ = kind == BlockKind::If ? "end of line after End If" : "end of line after End Select";
+    after_ = kind == BlockKind::If         ? "end of line after End If"
+             : kind == BlockKind::Select   ? "end of line after End Select"
+             : kind == BlockKind::Function ? "end of line after End Function"
+                                           : "end of line after End Sub";
+    const Block* procedure = OpenProcedure();
+    if (!IsProcedure(kind) || !procedure || procedure->kind == kind) {
+      Close(kind, closer);
+      return;
+    }
+    // "End Sub" closing a Function still ends it, so the Function is not reported again.
+    Block open = Close(procedure->kind, closer, CloserName(kind));
+    Fail(closer, std::string(CloserName(kind)) + " does not match the " +
+                     std::string(OpenerName(open.kind)) + " on line " +
+                     std::to_string(open.opener.line) + ": expected " +
+                     std::string(CloserName(open.kind)));
+  }
+
+  // A keyword and the one after it, as written ("End if", "Exit Function"), for a message
+  // that points at both.
+  Token Span(const Token& first) const {
+    Token both = first;
+    if (tok_.line == first.line) both.length = tok_.start + tok_.length - first.start;
+    return both;
   }
 
   void ParseCase() {
@@ -698,13 +873,7 @@ class Parser {
       if (IsKeyword(Keyword::As)) {
         Next();
         if (IsWord("new")) Next();
-        if (tok_.kind != TokenKind::Name) Expected("a type name after As");
-        Next();
-        while (IsOp(Op::Dot)) {
-          Next();
-          if (tok_.kind != TokenKind::Name) Expected("a type name after \".\"");
-          Next();
-        }
+        ParseTypeName();
       }
       if (!IsOp(Op::Comma)) break;
       Next();
@@ -716,10 +885,36 @@ class Parser {
   void ParseExit() {
     Token kw = tok_;
     Next();
-    if (!IsKeyword(Keyword::For)) Expected("For after Exit");
-    if (!IsOpen(BlockKind::For)) Fail(kw, "Exit For outside a For loop");
+    Token exit = Span(kw);
+    if (IsKeyword(Keyword::For)) {
+      if (!IsOpen(BlockKind::For)) Fail(exit, "Exit For outside a For loop");
+      Next();
+      after_ = "end of line after Exit For";
+      return;
+    }
+    if (!IsKeyword(Keyword::Function) && !IsKeyword(Keyword::Sub))
+      Expected("For, Function or Sub after Exit");
+    BlockKind kind = IsKeyword(Keyword::Function) ? BlockKind::Function : BlockKind::Sub;
+    std::string name(OpenerName(kind));
+    const Block* procedure = OpenProcedure();
+    if (!procedure) Fail(exit, "Exit " + name + " outside a " + name);
+    if (procedure->kind != kind)
+      Fail(exit, "Exit " + name + " inside a " + std::string(OpenerName(procedure->kind)) +
+                     ": use Exit " + std::string(OpenerName(procedure->kind)));
     Next();
-    after_ = "end of line after Exit For";
+    after_ = kind == BlockKind::Function ? "end of line after Exit Function"
+                                         : "end of line after Exit Sub";
+  }
+
+  // After As: String, Scripting.Dictionary.
+  void ParseTypeName() {
+    if (tok_.kind != TokenKind::Name) Expected("a type name after As");
+    Next();
+    while (IsOp(Op::Dot)) {
+      Next();
+      if (tok_.kind != TokenKind::Name) Expected("a type name after \".\"");
+      Next();
+    }
   }
 
   // "()" after Return, Resume and friends: what the argument dialog writes for them.
@@ -750,6 +945,11 @@ class Parser {
   // is reported as "Expected <what>[ after <after>], found ...".
   void ParseExpr(int min_prec, std::string_view what, const Token* after = nullptr) {
     ParseOperand(what, after);
+    ParseOperators(min_prec);
+  }
+
+  // The operators and right operands that follow a left operand.
+  void ParseOperators(int min_prec) {
     for (;;) {
       int prec = BinaryPrecedence(tok_);
       if (prec == 0 || prec < min_prec) return;
@@ -810,19 +1010,23 @@ class Parser {
     Fail(tok_, message + ", found " + Describe(tok_));
   }
 
-  // Calls and member access: Targets(0).Records("r").Fields("f").
-  void ParsePostfix() {
+  // Calls and member access: Targets(0).Records("r").Fields("f"). True when the last part
+  // was a call.
+  bool ParsePostfix() {
+    bool call = false;
     for (;;) {
       if (IsOp(Op::LParen)) {
         ParseArguments();
+        call = true;
       } else if (IsOp(Op::Dot)) {
         Next();
         if (tok_.kind != TokenKind::Name && tok_.kind != TokenKind::Keyword &&
             tok_.kind != TokenKind::Bracketed)
           Expected("a member name after \".\"");
         Next();
+        call = false;
       } else {
-        return;
+        return call;
       }
     }
   }
@@ -841,13 +1045,7 @@ class Parser {
         Next();
         continue;
       }
-      if (tok_.kind == TokenKind::Name && Peek().kind == TokenKind::Operator &&
-          Peek().op == Op::ColonEqual) {  // a named argument: name := value
-        Next();
-        separator = tok_;
-        Next();
-      }
-      ParseExpr(0, "an argument", &separator);
+      ParseArgument(&separator);
       if (IsOp(Op::Comma)) {
         separator = tok_;
         Next();
@@ -860,8 +1058,25 @@ class Parser {
     }
   }
 
+  // [name :=] expression; `separator` is what came before it, for the message.
+  void ParseArgument(const Token* separator) {
+    Token named;
+    if (tok_.kind == TokenKind::Name && Peek().kind == TokenKind::Operator &&
+        Peek().op == Op::ColonEqual) {  // a named argument: name := value
+      Next();
+      named = tok_;
+      separator = &named;
+      Next();
+    }
+    ParseExpr(0, "an argument", separator);
+  }
+
+  size_t CharacterColumn(const Token& t) const {
+    return CountCharacters(lex_.text(), t.start - (t.column - 1), t.start) + 1;
+  }
+
   [[noreturn]] void ExpectedClose(const Token& open) {
-    std::string where = "column " + std::to_string(open.column);
+    std::string where = "column " + std::to_string(CharacterColumn(open));
     if (open.line != tok_.line) where = "line " + std::to_string(open.line) + ", " + where;
     Expected("\")\" to close the \"(\" at " + where);
   }
@@ -888,7 +1103,7 @@ class Parser {
   std::string_view after_;        // what may follow the statement just parsed (a literal)
   std::optional<Block> pending_;  // a block whose header is being read
   std::vector<Block> blocks_;
-  std::array<size_t, 4> open_{};  // open blocks of each kind
+  std::array<size_t, 6> open_{};  // open blocks of each kind
   std::vector<SyntaxError> errors_;
 };
 

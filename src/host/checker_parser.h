@@ -11,10 +11,10 @@ namespace kx::host {
 
 struct SyntaxError {
   std::string message;  // what was expected and what was found
-  int32_t start = 0;    // 1-based character position in the text
-  int32_t length = 0;   // 0 when the error is at the end of a line or of the text
+  int32_t start = 0;    // 1-based byte position in the text: what the editor selects
+  int32_t length = 0;   // in bytes; 0 when the error is at the end of a line or of the text
   int32_t line = 0;     // 1-based
-  int32_t column = 0;   // 1-based, in characters of that line
+  int32_t column = 0;   // 1-based, in characters of that line as a person counts them
 };
 
 // Parentheses, calls, unary operators and single-line Ifs may nest this deep; deeper

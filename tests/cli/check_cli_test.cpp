@@ -49,6 +49,26 @@ TEST_F(CheckCli, PrintsOneCompilerStyleLinePerErrorAndFailsOnAny) {
   r = RunCheck({good});
   EXPECT_EQ(r.code, 0);
   EXPECT_EQ(r.out, "");
+
+  // Several files: each error under its own file's name; one bad file fails the whole run.
+  std::string other = Write("other.txt", "Sub s\n");
+  r = RunCheck({good, other, bad});
+  EXPECT_EQ(r.code, 1);
+  EXPECT_EQ(r.out,
+            other + ":1:1: Sub without End Sub: expected End Sub before the end of the text\n" +
+                bad + ":1:5: Expected Then after the If condition, found end of line\n" + bad +
+                ":4:7: Expected \")\" to close the \"(\" at column 5, found end of line\n");
+}
+
+TEST_F(CheckCli, SampleModulesPass) {
+  std::vector<std::string> modules;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::string(KX_SOURCE_DIR) + "/data/modules"))
+    modules.push_back(entry.path().string());
+  ASSERT_GE(modules.size(), 2u);
+  Result r = RunCheck(modules);
+  EXPECT_EQ(r.code, 0) << r.out;
+  EXPECT_EQ(r.out, "");
 }
 
 TEST_F(CheckCli, ReadsStandardInputForDashOrNoFile) {
@@ -80,6 +100,22 @@ TEST_F(CheckCli, JsonForTools) {
   r = RunCheck({"--json"}, "x = 1");
   EXPECT_EQ(r.code, 0);
   EXPECT_EQ(nlohmann::json::parse(r.out)["valid"], true);
+
+  // One line per file; columns count characters, start counts bytes.
+  std::string a = Write("a.txt", "x = 1");
+  std::string b = Write("b.txt", "x = \"\xc3\xa9\" +");
+  r = RunCheck({"--json", a, b});
+  EXPECT_EQ(r.code, 1);
+  std::istringstream lines(r.out);
+  std::string line;
+  std::vector<nlohmann::json> docs;
+  while (std::getline(lines, line)) docs.push_back(nlohmann::json::parse(line));
+  ASSERT_EQ(docs.size(), 2u);
+  EXPECT_EQ(docs[0]["file"], a);
+  EXPECT_EQ(docs[0]["valid"], true);
+  EXPECT_EQ(docs[1]["file"], b);
+  EXPECT_EQ(docs[1]["errors"][0]["column"], 10);
+  EXPECT_EQ(docs[1]["errors"][0]["start"], 11);
 }
 
 TEST_F(CheckCli, MissingFileIsAUsageFailure) {
@@ -88,6 +124,12 @@ TEST_F(CheckCli, MissingFileIsAUsageFailure) {
   EXPECT_EQ(r.out, "");
   EXPECT_NE(r.err.find("File not found"), std::string::npos);
   EXPECT_NE(r.err.find("absent.txt (53)"), std::string::npos);
+
+  // The files after it are still checked; the failure to read decides the status.
+  std::string bad = Write("bad.txt", "Next\n");
+  r = RunCheck({(dir_ / "absent.txt").string(), bad});
+  EXPECT_EQ(r.code, 2);
+  EXPECT_EQ(r.out, bad + ":1:1: Next without For\n");
 }
 
 TEST_F(CheckCli, RealProgramExitStatus) {

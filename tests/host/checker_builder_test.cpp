@@ -27,9 +27,10 @@ class Generator {
   // A variable or function name that is not a reserved word.
   std::string Name() {
     static const std::set<std::string> reserved = {
-        "and", "as",   "case", "dim", "else", "elseif", "end", "exit", "for",    "goto",   "if",
-        "is",  "let",  "like", "mod", "next", "not",    "on",  "or",   "resume", "return", "select",
-        "set", "step", "then", "to",  "wend", "while",  "xor", "rem",  "each"};
+        "and",   "as",     "case",   "dim",    "else",     "elseif", "end",  "exit", "for",
+        "goto",  "if",     "is",     "let",    "like",     "mod",    "next", "not",  "on",
+        "or",    "resume", "return", "select", "set",      "step",   "then", "to",   "wend",
+        "while", "xor",    "rem",    "each",   "function", "sub"};
     static const char kStart[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
     static const char kRest[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
     for (;;) {

@@ -6,6 +6,7 @@
 
 #include "host/checker_object.h"
 #include "host/checker_parser.h"
+#include "host/conversion_locate.h"
 
 namespace kx::host {
 namespace {
@@ -105,8 +106,7 @@ TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
       {"On Error Resume", "Expected Next after On Error Resume, found end of text", 16, 0, 1, 16},
       {"On Error x", "Expected GoTo or Resume Next after On Error, found name x", 10, 1, 1, 10},
       {"GoTo", "Expected a label after GoTo, found end of text", 5, 0, 1, 5},
-      {"End While", "Expected If or Select after End, found While", 5, 5, 1, 5},
-      {"Exit For", "Exit For outside a For loop", 1, 4, 1, 1},
+      {"End While", "Expected If, Select, Function or Sub after End, found While", 5, 5, 1, 5},
       {"If a Then For i = 1 To 2", "For cannot be used in a single-line If; use a block If", 11, 3,
        1, 11},
       {"If a Then If b Then\r\nEnd If",
@@ -133,6 +133,40 @@ TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
     EXPECT_EQ(e.line, c.line) << c.text;
     EXPECT_EQ(e.column, c.column) << c.text;
   }
+}
+
+// Columns count characters as a person sees them (a UTF-8 sequence once, a tab once, a byte
+// of a single-byte code page once); start and length stay in bytes for the editor.
+TEST(CheckerSyntax, ColumnsCountCharactersStartCountsBytes) {
+  struct ColumnCase {
+    const char* text;
+    int start, length, line, column;
+    bool utf8;  // then the column agrees with a conversion document's error positions
+  };
+  const ColumnCase cases[] = {
+      {"x = \"\xc3\xa9\" +", 11, 0, 1, 10, true},
+      {"x = \"\xf0\x9f\x98\x80\" y", 12, 1, 1, 9, true},
+      {"\xc3\xa9 = 1\r\ny = )", 13, 1, 2, 5, true},
+      {"s = \"\xc3\xbc\" & _\r\n  \"\xc3\xb6\" +", 23, 0, 2, 8, true},
+      {"x = \"5\xb0 caf\xe9\" +", 16, 0, 1, 16, false},  // Latin-1 bytes
+      {"x = [\xe2\x82] +", 11, 0, 1, 11, false},         // a cut-off sequence
+  };
+  for (const ColumnCase& c : cases) {
+    auto errors = CheckExpressionSyntax(c.text);
+    ASSERT_EQ(errors.size(), 1u) << c.text;
+    EXPECT_EQ(errors[0].start, c.start) << c.text;
+    EXPECT_EQ(errors[0].length, c.length) << c.text;
+    EXPECT_EQ(errors[0].line, c.line) << c.text;
+    EXPECT_EQ(errors[0].column, c.column) << c.text;
+    if (c.utf8) {
+      TextLocation loc = LocationOf(c.text, static_cast<size_t>(c.start - 1));
+      EXPECT_EQ(loc.line, static_cast<size_t>(c.line)) << c.text;
+      EXPECT_EQ(loc.column, static_cast<size_t>(c.column)) << c.text;
+    }
+  }
+  // Columns named inside a message count the same way.
+  EXPECT_EQ(FirstMessage("\t[\xe2\x82\xac] = (1"),
+            "Expected \")\" to close the \"(\" at column 8, found end of text");
 }
 
 TEST(CheckerSyntax, BlocksThatDoNotCloseOrDoNotOpen) {
@@ -180,7 +214,7 @@ TEST(CheckerSyntax, BlocksThatDoNotCloseOrDoNotOpen) {
 
 TEST(CheckerSyntax, ReportsEveryErrorRecoveringAtTheNextLine) {
   auto errors =
-      CheckExpressionSyntax("x = \r\ny = 1\r\nz = (\r\n\"open\r\nIf q Then r s\r\nok = 1");
+      CheckExpressionSyntax("x = \r\ny = 1\r\nz = (\r\n\"open\r\nIf q Then r = s t\r\nok = 1");
   ASSERT_EQ(errors.size(), 4u);
   EXPECT_EQ(errors[0].line, 1);
   EXPECT_EQ(errors[1].line, 3);
