@@ -8,6 +8,22 @@
 
 #include "host/checker_parser.h"
 
+// Decodes the code point and checks its range, rather than the byte ranges the checker uses.
+static size_t WellFormedLength(std::string_view text, size_t i) {
+  unsigned char c = static_cast<unsigned char>(text[i]);
+  size_t n = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 1;
+  if (n == 1 || c > 0xF7 || i + n > text.size()) return 1;
+  uint32_t cp = c & (0x7F >> n);
+  for (size_t k = 1; k < n; ++k) {
+    unsigned char d = static_cast<unsigned char>(text[i + k]);
+    if ((d & 0xC0) != 0x80) return 1;
+    cp = cp << 6 | (d & 0x3F);
+  }
+  static const uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (cp < kLeast[n] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return 1;
+  return n;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
   auto errors = kx::host::CheckExpressionSyntax(text);
@@ -28,7 +44,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       }
     }
     if (static_cast<size_t>(e.line) != line) abort();
-    if (static_cast<size_t>(e.column) != e.start - line_start) abort();
+    // The column counts characters: a well-formed UTF-8 sequence once, any other byte once.
+    size_t column = 1;
+    for (size_t i = line_start; i + 1 < static_cast<size_t>(e.start); ++column)
+      i += WellFormedLength(text, i);
+    if (static_cast<size_t>(e.column) != column) abort();
   }
   return 0;
 }
