@@ -37,7 +37,7 @@ class frmFunction : public ui::FunctionEvents {
   // Creates the view and runs Form_Load. Show runs the dialog modally: it returns once the
   // dialog is hidden (OK, Cancel, close box). Unload ends the dialog's life.
   void Load();
-  bool IsLoaded() const { return view_ != nullptr; }
+  bool IsLoaded() const { return loaded_; }
   void Show();
   void Unload();
   ui::FunctionView& View() { return *view_; }
@@ -78,6 +78,7 @@ class frmFunction : public ui::FunctionEvents {
   std::string result_;
   std::string help_file_;
   std::string parameters_;  // the description after its first ";"
+  bool loaded_ = false;
   bool first_activation_ = false;
 };
 

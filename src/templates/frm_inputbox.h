@@ -22,7 +22,7 @@ class frminputbox : public ui::InputBoxEvents {
 
   // Creates the view and runs Form_Load.
   void Load();
-  bool IsLoaded() const { return view_ != nullptr; }
+  bool IsLoaded() const { return loaded_; }
   // The text of lbltext, the prompt above the input line.
   void SetPrompt(const std::string& text);
   // Shows the dialog modally; returns once it has unloaded itself.
@@ -37,7 +37,7 @@ class frminputbox : public ui::InputBoxEvents {
   void Form_Activate() override {}
   void Form_Resize() override {}
   bool Form_QueryUnload(int /*unload_mode*/) override { return false; }
-  void Form_Unload() override {}
+  void Form_Unload() override { loaded_ = false; }
   void OKButton_Click() override;
   void CancelButton_Click() override;
   void txtinput_KeyPress(int key_ascii) override;
@@ -49,6 +49,7 @@ class frminputbox : public ui::InputBoxEvents {
   const KXExpressionBuilder& builder_;
   std::unique_ptr<ui::InputBoxView> view_;
   std::string result_;
+  bool loaded_ = false;
 };
 
 // Asks for one line: `prompt` above the input, the builder's FormTitle as caption. Returns

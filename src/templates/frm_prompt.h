@@ -24,7 +24,7 @@ class frmprompt : public ui::PromptEvents {
 
   // Creates the view and runs Form_Load.
   void Load();
-  bool IsLoaded() const { return view_ != nullptr; }
+  bool IsLoaded() const { return loaded_; }
   // Shows the dialog modally; returns once a button has hidden it (or it was closed).
   void Show();
   void Unload();
@@ -50,7 +50,7 @@ class frmprompt : public ui::PromptEvents {
   void Form_Activate() override {}
   void Form_Resize() override {}
   bool Form_QueryUnload(int /*unload_mode*/) override { return false; }
-  void Form_Unload() override {}
+  void Form_Unload() override { loaded_ = false; }
   void cmdok_Click() override;
   void cmdcancel_Click() override;
   void ssdcbovalue_DropDown() override;
@@ -62,6 +62,7 @@ class frmprompt : public ui::PromptEvents {
   const KXExpressionBuilder& builder_;
   std::unique_ptr<ui::PromptView> view_;
   std::string outcome_;
+  bool loaded_ = false;
 };
 
 }  // namespace kx
