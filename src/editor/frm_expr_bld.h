@@ -120,6 +120,12 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   ui::MessageBoxService& Box() { return *context_.services.message_box; }
 
   // ---- private helpers of the window part (exprbld_window.cpp) ----
+  bool designed_ = false;          // the view holds the menus and toolbar buttons
+  ui::EditorControl& Editor() { return view_->KXEditor1(); }
+  void ApplyDesign();
+  void LayOutBottomPane();
+  std::optional<std::string> AskFile(std::string_view filter, std::string_view title,
+                                     int32_t flags);
 
   // ---- private helpers of the palette part (exprbld_palette.cpp) ----
 };
