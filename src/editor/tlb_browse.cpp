@@ -227,7 +227,10 @@ std::vector<std::string> Subkeys(Registry& registry, HKEY key) {
   return names;
 }
 
-Library OpenRegistered(const std::string& registered_path, const std::filesystem::path& base) {
+}  // namespace
+
+Library OpenRegisteredLibrary(const std::string& registered_path,
+                              const std::filesystem::path& base) {
   std::string file;
   int id = 1;
   SplitLibraryPath(registered_path, file, id);
@@ -236,12 +239,10 @@ Library OpenRegistered(const std::string& registered_path, const std::filesystem
   return OpenLibrary(where, MakeFileImportResolver(local));
 }
 
-}  // namespace
-
 std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base) {
-  return BuildFunctionTokens(OpenRegistered(library_path, base), category);
+  return BuildFunctionTokens(OpenRegisteredLibrary(library_path, base), category);
 }
 
 std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
@@ -270,7 +271,7 @@ std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
 std::vector<TreeNodeData> BuildTLBTypes(const std::string& library_key,
                                         const std::filesystem::path& base) {
   std::string path(Left(library_key, InStr(library_key, "<") - 1));
-  Library lib = OpenRegistered(path, base);
+  Library lib = OpenRegisteredLibrary(path, base);
   std::vector<TreeNodeData> nodes;
   for (const TypeInfo& t : lib.types)
     nodes.push_back({library_key, library_key + "<" + t.name, t.name, "TLBType", path});
@@ -284,7 +285,7 @@ std::vector<std::string> BuildTLBMembers(const std::string& type_key,
   std::string type_name = type_key.substr(last + 1);
   std::vector<std::string> rows;
   try {
-    Library lib = OpenRegistered(path, base);
+    Library lib = OpenRegisteredLibrary(path, base);
     for (const TypeInfo& t : lib.types) {
       if (t.name != type_name) continue;
       ForEachMember(t, [&](const MemberRef&, const std::string& name) { rows.push_back(name); });
@@ -302,7 +303,7 @@ void GetKXFunctionInfoTL(FunctionInfo& info, const std::string& library_path,
   try {
     bool host = IsHostLibraryPath(library_path);
     std::string wanted = host ? MemberName(info.Name) : info.Name;
-    Library lib = OpenRegistered(library_path, base);
+    Library lib = OpenRegisteredLibrary(library_path, base);
     for (const TypeInfo& t : lib.types) {
       bool found = false;
       ForEachMember(t, [&](const MemberRef& m, const std::string& name) {

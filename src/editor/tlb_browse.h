@@ -52,6 +52,11 @@ std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base = {});
 
+// Opens a library as the registry names it ("file.dll" or "file.dll\\N"), resolving the path
+// as ResolvePath does.
+typelib::Library OpenRegisteredLibrary(const std::string& registered_path,
+                                       const std::filesystem::path& base = {});
+
 // The registered type libraries as children of "OTL" (tag "TLB"), from the registry.
 std::vector<TreeNodeData> BuildTLBList(Registry& registry);
 // The type nodes (tag "TLBType") of a library node, read from its file.
