@@ -48,16 +48,6 @@ std::string KeyLibraryPath(const std::string& key) {
   return std::string(lt > 0 ? Left(key, lt - 1) : std::string_view(key));
 }
 
-// The value of a constant's prototype ("Const Byte = 255 (&HFF)"): the word after the first
-// "=", as a number written plainly. A value that is no number raises 13.
-std::string ConstantValue(const std::string& prototype) {
-  int64_t eq = InStr(prototype, "=");
-  std::string_view rest = TrimLeft(Mid(prototype, eq + 1));
-  int64_t blank = InStr(rest, " ");
-  std::string word(blank > 0 ? Left(rest, blank - 1) : rest);
-  return Variant(Variant(word).ToDouble()).ToText();
-}
-
 // Redrawing stays off while rows go in, and comes back on even when filling fails.
 class RedrawOff {
  public:
@@ -334,8 +324,10 @@ void frmExprBld::DescribeRow(const std::string& text) {
     int64_t cr = InStr(information, "\r");
     View().txtproto(0).SetCaption(
         std::string(cr > 0 ? Left(information, cr - 1) : std::string_view(information)));
-    size_t rest = information.find_first_not_of("\r\n ", cr > 0 ? size_t(cr) : information.size());
-    View().txtproto(1).SetCaption(rest == std::string::npos ? "" : information.substr(rest));
+    size_t first = information.find_first_not_of("\r\n ", cr > 0 ? size_t(cr) : information.size());
+    size_t last = information.find_last_not_of("\r\n ");
+    View().txtproto(1).SetCaption(
+        first == std::string::npos ? "" : information.substr(first, last + 1 - first));
   }
 }
 
@@ -378,12 +370,13 @@ void frmExprBld::ssdgridtokens_DblClick() {
     } else if (node->tag == "user") {
       InsertToken(" " + std::string(Trim(text)) + " ");
     } else if (node->tag == "TLBType" && text != kNoTypeLibInfo) {
+      // The grid lists member names; the member's prototype tells a constant, whose value
+      // goes in rather than its name.
+      std::string prototype = MemberPrototype(node->key, text, context_.library_base);
+      if (Left(prototype, 5) == "Const")
+        return InsertToken(" " + ConstantValueText(prototype) + " ");
       LookUpLibraryMember(text, KeyLibraryPath(node->key));
-      // The grid lists member names; the prototype tells a constant, whose value goes in.
-      if (Left(info_.Description, 5) == "Const")
-        InsertToken(" " + ConstantValue(info_.Description) + " ");
-      else if (!info_.Syntax.empty())
-        InsertToken(info_.Syntax + " ");
+      if (!info_.Syntax.empty()) InsertToken(info_.Syntax + " ");
     }
   });
 }

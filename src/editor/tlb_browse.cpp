@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "inventory/variant.h"
 #include "runtime/error.h"
 #include "runtime/paths.h"
 #include "runtime/text.h"
@@ -190,6 +191,13 @@ std::string SyntaxText(const std::string& information, const std::string& name,
   return std::string(Left(information, InStr(information, ")")));
 }
 
+std::string ConstantValueText(const std::string& prototype) {
+  std::string_view rest = TrimLeft(Mid(prototype, InStr(prototype, "=") + 1));
+  int64_t blank = InStr(rest, " ");
+  std::string word(blank > 0 ? Left(rest, blank - 1) : rest);
+  return Variant(Variant(word).ToDouble()).ToText();
+}
+
 std::vector<std::string> BuildFunctionTokens(const Library& library, const std::string& category) {
   std::string wanted = category == "All" ? "KXFunction" : category;
   std::vector<std::string> rows;
@@ -296,6 +304,22 @@ std::vector<std::string> BuildTLBMembers(const std::string& type_key,
   }
   if (rows.empty()) rows.emplace_back(kNoTypeLibInfo);
   return rows;
+}
+
+std::string MemberPrototype(const std::string& type_key, const std::string& name,
+                            const std::filesystem::path& base) {
+  std::string path(Left(type_key, InStr(type_key, "<") - 1));
+  std::string type_name = type_key.substr(type_key.rfind('<') + 1);
+  Library lib = OpenRegisteredLibrary(path, base);
+  std::string prototype;
+  for (const TypeInfo& t : lib.types) {
+    if (t.name != type_name) continue;
+    ForEachMember(t, [&](const MemberRef& m, const std::string& member_name) {
+      if (prototype.empty() && member_name == name) prototype = PrototypeText(m, false);
+    });
+    break;
+  }
+  return prototype;
 }
 
 void GetKXFunctionInfoTL(FunctionInfo& info, const std::string& library_path,

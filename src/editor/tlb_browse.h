@@ -83,6 +83,15 @@ std::string SyntaxText(const std::string& information, const std::string& name,
 // The names of the parameters the prototype lists.
 std::vector<std::string> ParameterNames(const MemberRef& member);
 
+// The plain prototype ("Const Byte = 255 (&HFF)", "Sub Clear()") of the member `name` of the
+// type that a type node's key names; empty when the type has no such member.
+std::string MemberPrototype(const std::string& type_key, const std::string& name,
+                            const std::filesystem::path& base = {});
+// The value a constant's prototype carries ("Const Byte = 255 (&HFF)" gives "255"): the word
+// after the first "=", converted to a number and written plainly. A value that is not a
+// number raises 13.
+std::string ConstantValueText(const std::string& prototype);
+
 // Fills `info` (Name, Syntax, Description, Origin, argument names and count) for the member
 // that info.Name names in the library at `library_path`; reports failures with the location
 // "GetKXFunctionInfoTL(kxexpr)". `base` resolves relative and drive paths (ResolvePath).
