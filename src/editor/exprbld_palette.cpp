@@ -120,6 +120,7 @@ void frmExprBld::BuildTreeView(const std::function<void()>& add_user_nodes) {
     }
     if (add_user_nodes) add_user_nodes();
     tree.AddNode({"FNC", "Flow Control and Functions", "FNC", "", true});
+    host_library_.reset();
     host_library_ = std::make_shared<const typelib::Library>(
         OpenRegisteredLibrary(builder.KXTypeLibPath(), context_.library_base));
     for (const TreeNodeData& n : FunctionTreeNodes(*host_library_))
