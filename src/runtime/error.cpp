@@ -64,6 +64,8 @@ std::string_view StandardErrorText(int32_t number) {
       return "For loop not initialized";
     case 94:
       return "Invalid use of Null";
+    case 321:
+      return "Invalid file format";
     case 424:
       return "Object required";
     case 429:
@@ -80,6 +82,12 @@ std::string_view StandardErrorText(int32_t number) {
       return "Wrong number of arguments or invalid property assignment";
     case 457:
       return "This key is already associated with an element of this collection";
+    case 35600:
+      return "Index out of bounds";
+    case 35601:
+      return "Element not found";
+    case 35602:
+      return "Key is not unique in collection";
     default:
       return "Application-defined or object-defined error";
   }

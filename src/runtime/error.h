@@ -30,8 +30,13 @@ enum ErrorNumber : int32_t {
   kErrPathFileAccess = 75,
   kErrPathNotFound = 76,
   kErrObjectNotSet = 91,
+  kErrInvalidFileFormat = 321,
   kErrNotSupported = 438,
   kErrDuplicateKey = 457,
+  // The common controls' own errors.
+  kErrIndexOutOfBounds = 35600,
+  kErrElementNotFound = 35601,
+  kErrKeyNotUnique = 35602,
 };
 
 // The platform's standard text for an error number ("Application-defined or

@@ -2,6 +2,8 @@
 
 #include <iostream>
 
+#include "ui/unanswered.h"
+
 namespace kx::ui {
 
 namespace {
@@ -10,8 +12,8 @@ MessageBoxService* g_current = nullptr;
 
 int RecordingMessageBox::Show(const std::string& text, int flags, const std::string& caption) {
   shown.push_back({text, flags, caption});
-  if (answers.empty())
-    return (flags & 7) == kMbYesNo || (flags & 7) == kMbYesNoCancel ? kAnswerYes : kAnswerOk;
+  if ((flags & 7) == kMbOk) return kAnswerOk;
+  if (answers.empty()) throw Unanswered("nobody answered the message box \"" + text + "\"");
   int answer = answers.front();
   answers.pop_front();
   return answer;

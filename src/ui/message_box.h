@@ -36,7 +36,8 @@ class MessageBoxService {
   virtual int Show(const std::string& text, int flags, const std::string& caption) = 0;
 };
 
-// Remembers every message and answers from a script (OK when the script is empty).
+// Remembers every message. A box with only OK is acknowledged; any other takes the next
+// scripted answer, and raises ui::Unanswered naming its text when there is none.
 class RecordingMessageBox : public MessageBoxService {
  public:
   struct Shown {

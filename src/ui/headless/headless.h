@@ -1,98 +1,142 @@
 #pragma once
 // Headless views and services: real, small implementations that keep state, for tests and
-// for `kxexpr edit --headless`. The user is played from strict queues: a modal window or
-// question that nobody scripted raises ui::Unanswered naming it, never a silent OK.
+// for `kxexpr edit --headless`. The user is played from the Driver's strict queues.
+//
+//   ui::headless::Environment env;
+//   env.SetKeywordDirs({data_dir});
+//   env.AnswerFunction([](HeadlessFunctionView& view) { view.Press("cmdok"); });
+//   env.driver().QueueMessageAnswer(ui::kAnswerYes);
+//   SomePresenter presenter(env.Services());      // views come from env.Services().dialogs
+//   env.ExprBld()->ClickNode("All");               // gestures fire the presenter's events
+//   EXPECT_EQ(env.driver().Messages().size(), 1u);
+//
+// The factory hands presenters handles on views that the Environment owns, so a view stays
+// readable after its presenter is gone; its events stop then.
 
-#include <deque>
+#include <cstdint>
+#include <filesystem>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "ui/headless/controls.h"
+#include "ui/headless/driver.h"
+#include "ui/headless/editor.h"
+#include "ui/headless/views.h"
 #include "ui/services.h"
-#include "ui/views.h"
 
 namespace kx::ui::headless {
 
-class HeadlessWindow;
-
-// What was shown through the message-box service.
-struct ShownMessage {
-  std::string text;
-  int flags = 0;
-  std::string caption;
-};
-
-// Plays the user. A modal Show of a window named N runs, in this order: the next one-shot
-// answer queued for N, else the standing handler for N, else raises Unanswered("N").
-// Message boxes with only an OK button are acknowledged and recorded; any other takes the
-// next queued button or raises Unanswered naming its text.
-class Driver {
+// Records every message; OK-only boxes are acknowledged, others answered by the Driver.
+class HeadlessMessageBox : public MessageBoxService {
  public:
-  using Handler = std::function<void(HeadlessWindow& window)>;
-  void QueueAnswer(const std::string& window_name, Handler answer);
-  void SetStandingHandler(const std::string& window_name, Handler handler);
-  void QueueMessageAnswer(int button);
-  // A file name, or nullopt for a cancelled file dialog.
-  void QueueFile(std::optional<std::string> name);
-  // Answers for the editor control's own find and replace functions.
-  void QueueFind(std::string text);
-  void QueueReplace(std::string find, std::string replacement);
-
-  const std::vector<ShownMessage>& Messages() const { return messages_; }
-  // Answers queued but never used (a script may check that it was played out).
-  std::vector<std::string> Unused() const;
-
-  // Used by the headless views and services.
-  void RunModal(HeadlessWindow& window);
-  int AnswerMessage(const ShownMessage& message);
-  std::optional<std::string> AnswerFile(const FileDialogRequest& request);
-  std::string AnswerFind();
-  std::pair<std::string, std::string> AnswerReplace();
+  explicit HeadlessMessageBox(Driver& driver) : driver_(driver) {}
+  int Show(const std::string& text, int flags, const std::string& caption) override;
 
  private:
-  std::map<std::string, std::deque<Handler>> answers_;
-  std::map<std::string, Handler> standing_;
-  std::deque<int> message_answers_;
-  std::deque<std::optional<std::string>> files_;
-  std::deque<std::string> finds_;
-  std::deque<std::pair<std::string, std::string>> replaces_;
-  std::vector<ShownMessage> messages_;
-};
-
-// The window part of every headless view: a name, its presenter's event sink, and state.
-class HeadlessWindow : public Window {
- public:
-  HeadlessWindow(std::string name, Driver& driver);
-  // The presenter's events (the view's SetEvents sets it).
-  WindowEvents* Events() const { return events_; }
-  void SetWindowEvents(WindowEvents* events) { events_ = events; }
-  // The user closes the window with its close box: Form_QueryUnload(kUnloadCloseBox), then
-  // unless cancelled Form_Unload and hide.
-  void CloseBox();
-  // The user resizes the window (twips): sets the client size and fires Form_Resize.
-  void Resize(int32_t width, int32_t height);
-  bool Loaded() const;
-  // ... Window's members, implemented with state.
- private:
-  std::string name_;
   Driver& driver_;
-  WindowEvents* events_ = nullptr;
 };
 
-// Every view the factory made is kept so that a script or test can act on it.
+class HeadlessFileDialog : public FileDialog {
+ public:
+  explicit HeadlessFileDialog(Driver& driver) : driver_(driver) {}
+  std::optional<std::string> ShowOpen(const FileDialogRequest& request) override;
+
+ private:
+  Driver& driver_;
+};
+
+// Opens nothing; remembers what it was asked to open.
+class HeadlessHelpViewer : public HelpViewer {
+ public:
+  struct Opened {
+    std::string help_file;
+    int32_t context = 0;
+    bool operator==(const Opened&) const = default;
+  };
+  void ShowContext(const std::string& help_file, int32_t context) override {
+    opened_.push_back({help_file, context});
+  }
+  const std::vector<Opened>& Requests() const { return opened_; }
+
+ private:
+  std::vector<Opened> opened_;
+};
+
+class Environment;
+
+// Makes the Environment's views; presenters get handles that forward to them.
+class HeadlessDialogFactory : public DialogFactory {
+ public:
+  explicit HeadlessDialogFactory(Environment& env) : env_(env) {}
+  std::unique_ptr<ExprBldView> NewExprBldView() override;
+  std::unique_ptr<FunctionView> NewFunctionView() override;
+  std::unique_ptr<PromptView> NewPromptView() override;
+  std::unique_ptr<InputBoxView> NewInputBoxView() override;
+
+ private:
+  Environment& env_;
+};
+
 class Environment {
  public:
   Environment();
   ~Environment();
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+  // The services to hand to presenters; valid while the Environment lives.
   ui::Services Services();
-  Driver& driver();
-  // The views made so far, newest last (views outlive their presenters' use of them).
-  // Each headless view type offers the user's gestures on its controls, firing the events
-  // a real view would (clicking a node, moving to a grid row, double-clicking, typing at
-  // the caret, pressing a button, choosing a menu item or a toolbar button).
+  Driver& driver() { return driver_; }
+  HeadlessMessageBox& message_box() { return message_box_; }
+  HeadlessHelpViewer& help() { return help_; }
+  HeadlessDialogFactory& dialogs() { return dialogs_; }
+  // The clipboard every editor control of this environment shares.
+  std::string& clipboard() { return clipboard_; }
+  // Folders searched for a keyword file named without a folder, before the current one.
+  void SetKeywordDirs(std::vector<std::filesystem::path> dirs) { keyword_dirs_ = std::move(dirs); }
+
+  // The newest view of each kind, nullptr before the first.
+  HeadlessExprBldView* ExprBld() { return Latest<HeadlessExprBldView>(); }
+  HeadlessFunctionView* Function() { return Latest<HeadlessFunctionView>(); }
+  HeadlessPromptView* Prompt() { return Latest<HeadlessPromptView>(); }
+  HeadlessInputBoxView* InputBox() { return Latest<HeadlessInputBoxView>(); }
+  // Every view made, oldest first.
+  const std::vector<std::unique_ptr<HeadlessView>>& Views() const { return views_; }
+
+  // One-shot answers for the next modal run of each dialog, typed for convenience (the
+  // Driver's QueueAnswer with the window's name).
+  void AnswerExprBld(std::function<void(HeadlessExprBldView&)> answer);
+  void AnswerFunction(std::function<void(HeadlessFunctionView&)> answer);
+  void AnswerPrompt(std::function<void(HeadlessPromptView&)> answer);
+  void AnswerInputBox(std::function<void(HeadlessInputBoxView&)> answer);
+
+  // Used by the factory.
+  template <typename View, typename... Args>
+  View& Make(Args&&... args) {
+    views_.push_back(std::make_unique<View>(driver_, std::forward<Args>(args)...));
+    return static_cast<View&>(*views_.back());
+  }
+  EditorContext EditorServices() { return {&driver_, &clipboard_, &keyword_dirs_}; }
+
+ private:
+  template <typename View>
+  View* Latest() {
+    for (auto it = views_.rbegin(); it != views_.rend(); ++it)
+      if (auto* view = dynamic_cast<View*>(it->get())) return view;
+    return nullptr;
+  }
+
+  Driver driver_;
+  HeadlessMessageBox message_box_{driver_};
+  HeadlessFileDialog file_dialog_{driver_};
+  HeadlessHelpViewer help_;
+  HeadlessDialogFactory dialogs_{*this};
+  std::string clipboard_;
+  std::vector<std::filesystem::path> keyword_dirs_;
+  std::vector<std::unique_ptr<HeadlessView>> views_;
 };
 
 }  // namespace kx::ui::headless
