@@ -313,9 +313,9 @@ void frmExprBld::DescribeRow(const std::string& text) {
     host_form(info_.Description);
   } else if (node->key == "FC") {
     LookUpConstruct(text);
-    // The catalogue keeps syntax and description apart; joined in the host form, its first
+    // The catalogue keeps syntax and description apart; joined in the host form, the first
     // syntax line is the prototype.
-    host_form(info_.Syntax + "\r\n\r\n    " + info_.Description);
+    host_form(Split(info_.Syntax, kCrLf)[0] + "\r\n\r\n    " + info_.Description);
   } else if (node->tag == "TLBType" && text != kNoTypeLibInfo) {
     std::string path = KeyLibraryPath(node->key);
     LookUpLibraryMember(text, path);
