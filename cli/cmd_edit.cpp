@@ -37,9 +37,10 @@ struct EditOptions {
   std::string script;
 };
 
-// Ends the run with exit status 3: the script could not be played.
-struct ScriptFailure {
-  std::string what;
+// Ends the run with exit status 3: the script could not be played. It travels as an
+// unanswered dialog does, so that no routine that ignores or reports errors swallows it.
+struct ScriptFailure : ui::Unanswered {
+  explicit ScriptFailure(const std::string& what) : ui::Unanswered(what) {}
 };
 
 // The expression TYPE KEY names, found as `kxexpr set` finds it.
@@ -78,10 +79,12 @@ class Player {
       const ScriptAction& action = actions_[next_++];
       try {
         Perform(action, view);
+      } catch (const ScriptFailure&) {
+        throw;
       } catch (const ui::Unanswered& e) {
-        throw ScriptFailure{At(action) + e.what()};
+        throw ScriptFailure(At(action) + e.what());
       } catch (const hl::GestureError& e) {
-        throw ScriptFailure{At(action) + e.what()};
+        throw ScriptFailure(At(action) + e.what());
       }
     }
     // A script that ends with the window open closes it as the close box does.
@@ -91,9 +94,9 @@ class Player {
   // Lines left once the window has closed: they can no longer act on it.
   void CheckPlayedOut() const {
     if (next_ < actions_.size())
-      throw ScriptFailure{At(actions_[next_]) + "the window is closed; nothing is left to act on"};
+      throw ScriptFailure(At(actions_[next_]) + "the window is closed; nothing is left to act on");
     auto unused = env_.driver().Unused();
-    if (!unused.empty()) throw ScriptFailure{source_ + ": answers never asked for: " + unused[0]};
+    if (!unused.empty()) throw ScriptFailure(source_ + ": answers never asked for: " + unused[0]);
   }
 
  private:
@@ -102,7 +105,7 @@ class Player {
   }
 
   void Require(bool done, const ScriptAction& action, const std::string& what) {
-    if (!done) throw ScriptFailure{At(action) + what};
+    if (!done) throw ScriptFailure(At(action) + what);
   }
 
   void Perform(const ScriptAction& a, hl::HeadlessExprBldView& view) {
@@ -434,7 +437,7 @@ void RunEdit(const EditOptions& o, Context& context) {
     builder->Show(1);
     player.CheckPlayedOut();
   } catch (const ScriptFailure& f) {
-    context.err << "kxexpr: edit: " << f.what << "\n";
+    context.err << "kxexpr: edit: " << f.what() << "\n";
     context.exit_code = 3;
     return;
   } catch (const ui::Unanswered& e) {
@@ -492,7 +495,8 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
                 "Show the button that inserts a <<parameter>>");
   cmd->add_option("--list", o->lists,
                   "A user list for the palette: PARENTKEY,NAME,KEY,PIPED (items joined by |); "
-                  "repeatable");
+                  "repeatable")
+      ->allow_extra_args(false);
   cmd->add_flag("--headless", o->headless, "Use the headless views (no display needed)");
   cmd->add_option("--script", o->script,
                   "Play user actions from FILE (- for standard input), one per line");
