@@ -67,7 +67,8 @@ BSTR ToBstr(std::string_view text) {
 }
 
 HRESULT ErrorHresult(int32_t number) {
-  if (number <= 0 || number > 0xFFFF) return E_FAIL;
+  if (number < 0) return number;  // an HRESULT passed on as the error number
+  if (number == 0 || number > 0xFFFF) return E_FAIL;
   return MAKE_HRESULT(SEVERITY_ERROR, kFacilityControl, number);
 }
 

@@ -3,8 +3,9 @@
 // variants as they cross the boundary, errors as callers see them, and IUnknown/IDispatch
 // served from the server's own type library.
 
-#include <oleauto.h>
 #include <windows.h>
+
+#include <oleauto.h>
 
 #include <cstdint>
 #include <memory>

@@ -1,5 +1,7 @@
 #include "host_dispatch.h"
 
+#include <dispex.h>
+
 #include <unordered_map>
 #include <vector>
 
@@ -308,11 +310,23 @@ std::shared_ptr<Dispatch> Unwrap(IDispatch* object) {
 Variant ComDispatch::Invoke(std::string_view name, WORD flags, const Arguments& args,
                             const Variant* value) {
   if (!object_) Raise(kErrObjectNotSet);
+  // Script engines' objects answer names through IDispatchEx (Wine's VBScript classes only
+  // there); other objects through IDispatch.
+  IDispatchEx* raw_ex = nullptr;
+  object_->QueryInterface(__uuidof(IDispatchEx), reinterpret_cast<void**>(&raw_ex));
+  ComPtr<IDispatchEx> ex(raw_ex, false);
   DISPID id = DISPID_VALUE;
   if (!name.empty()) {
     std::wstring wide = Widen(name);
-    LPOLESTR names[] = {wide.data()};
-    HRESULT hr = object_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id);
+    HRESULT hr;
+    if (ex) {
+      BSTR text = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+      hr = ex->GetDispID(text, fdexNameCaseInsensitive, &id);
+      SysFreeString(text);
+    } else {
+      LPOLESTR names[] = {wide.data()};
+      hr = object_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id);
+    }
     if (FAILED(hr)) RaiseNoMember(name);
   }
   // Arguments go last first; a put's value goes before them, named DISPID_PROPERTYPUT.
@@ -335,8 +349,18 @@ Variant ComDispatch::Invoke(std::string_view name, WORD flags, const Arguments& 
   VariantInit(&result);
   EXCEPINFO info{};
   UINT bad_argument = 0;
-  HRESULT hr = object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
-                               value ? nullptr : &result, &info, &bad_argument);
+  auto invoke = [&](WORD how) {
+    if (ex)
+      return ex->InvokeEx(id, LOCALE_USER_DEFAULT, how, &params, value ? nullptr : &result, &info,
+                          nullptr);
+    return object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, how, &params,
+                           value ? nullptr : &result, &info, &bad_argument);
+  };
+  HRESULT hr = invoke(flags);
+  if (hr == E_FAIL && flags == (DISPATCH_PROPERTYGET | DISPATCH_METHOD)) {
+    // Wine's JScript refuses a call on a plain value where a read would do: read it.
+    hr = invoke(DISPATCH_PROPERTYGET);
+  }
   if (hr == DISP_E_EXCEPTION && info.pfnDeferredFillIn) info.pfnDeferredFillIn(&info);
   struct FreeInfo {
     EXCEPINFO& e;
@@ -360,7 +384,24 @@ Variant ComDispatch::Invoke(std::string_view name, WORD flags, const Arguments& 
 }
 
 Variant ComDispatch::Get(std::string_view name, const Arguments& args) {
-  return Invoke(name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, args, nullptr);
+  try {
+    return Invoke(name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, args, nullptr);
+  } catch (const Error& e) {
+    // A member without parameters whose value takes the arguments, as a late-bound call
+    // reads `Actions(0)` from a host whose Actions is a plain collection property.
+    constexpr int32_t kErrWrongArgumentCount = 450;
+    if (args.empty() || name.empty() ||
+        (e.Number() != kErrNotSupported && e.Number() != kErrWrongArgumentCount))
+      throw;
+    std::shared_ptr<Dispatch> value;
+    try {
+      value = Invoke(name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, {}, nullptr).ToObject();
+    } catch (const Error&) {
+      throw e;
+    }
+    if (!value) throw e;
+    return value->Get(kDefaultMember, args);
+  }
 }
 
 void ComDispatch::Put(std::string_view name, const Arguments& args, const Variant& value) {

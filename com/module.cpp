@@ -1,7 +1,8 @@
 // The in-process server: its classes, their factories and their registration.
 
-#include <olectl.h>
 #include <windows.h>
+
+#include <olectl.h>
 
 #include <string>
 

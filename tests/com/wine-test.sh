@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Runs the COM server's tests under Wine, in a prefix of their own in the build tree.
+#   wine-test.sh setup   WORK DLL        fresh prefix, regsvr32 of the DLL
+#   wine-test.sh script  WORK FILE       cscript on a .vbs/.js test in a fresh copy of the data
+#   wine-test.sh client  WORK EXE        the C++ client, likewise
+#   wine-test.sh cleanup WORK            stops the prefix's wineserver
+#   wine-test.sh skip    REASON          reports a skipped test
+# A test passes when it exits 0 and its last line is DONE: Wine's script host exits 0 even
+# when a script stops on an error.
+set -uo pipefail
+action=$1
+source_dir=$(cd "$(dirname "$0")/../.." && pwd)
+
+skip() {
+  echo "SKIPPED: $*"
+  exit 77
+}
+[ "$action" = skip ] && skip "$2"
+command -v wine >/dev/null || skip "wine is not installed (scripts/deps.sh installs it)"
+
+work=$2
+export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+# No desktop: a message box fails at once instead of waiting for a click.
+unset DISPLAY WAYLAND_DISPLAY
+
+windows_path() {
+  local p=$1
+  echo "Z:${p//\//\\}"
+}
+
+# Runs a test program, shows its output, and judges it by exit status and last line.
+judge() {
+  local out rc last
+  out=$("$@" 2>&1)
+  rc=$?
+  printf '%s\n' "$out" | tr -d '\r'
+  last=$(printf '%s\n' "$out" | tr -d '\r' | sed '/^$/d' | tail -n 1)
+  [ "$rc" -eq 0 ] || { echo "exit status $rc"; exit 1; }
+  [ "$last" = DONE ] || { echo "the last line is not DONE: the test stopped early"; exit 1; }
+}
+
+# A fresh copy of the sample data for one test, which may change it.
+fresh_data() {
+  local dir=$work/run/$1
+  rm -rf "$dir"
+  mkdir -p "$dir/modules"
+  cp "$source_dir/data/sample-conversion.json" "$source_dir/data/sample.tpl" "$dir/"
+  cp "$source_dir"/data/modules/* "$dir/modules/"
+  echo "$dir"
+}
+
+case "$action" in
+  setup)
+    dll=$3
+    [ -f "$dll" ] || { echo "no server DLL at $dll"; exit 1; }
+    wineserver -k 2>/dev/null
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$work"
+    wineboot -i >/dev/null 2>&1 || { echo "wineboot failed"; exit 1; }
+    wine regsvr32 /s "$(windows_path "$dll")"
+    rc=$?
+    [ "$rc" -eq 0 ] || { echo "regsvr32 failed with $rc"; exit 1; }
+    echo "registered $dll in $WINEPREFIX"
+    ;;
+  script)
+    file=$3
+    name=$(basename "$file")
+    dir=$(fresh_data "${name%.*}-${name##*.}")
+    judge wine cscript //nologo "$(windows_path "$file")" "$(windows_path "$dir")"
+    ;;
+  client)
+    exe=$3
+    dir=$(fresh_data client)
+    judge wine "$(windows_path "$exe")" "$(windows_path "$dir")"
+    ;;
+  cleanup)
+    wineserver -k 2>/dev/null
+    exit 0
+    ;;
+  *)
+    echo "usage: $0 setup|script|client|cleanup|skip ..." >&2
+    exit 2
+    ;;
+esac
