@@ -160,6 +160,11 @@ class DualObject : public Interface, public ISupportErrorInfo, public NativeObje
     if (!type) return TYPE_E_CANTLOADLIBRARY;
     HRESULT hr =
         type->Invoke(static_cast<Interface*>(this), id, flags, params, result, info, bad_argument);
+    if (hr == DISP_E_MEMBERNOTFOUND && flags == DISPATCH_METHOD) {
+      // A call of a property (JScript's Enumerator asks for _NewEnum so): read it.
+      hr = type->Invoke(static_cast<Interface*>(this), id, DISPATCH_PROPERTYGET, params, result,
+                        info, bad_argument);
+    }
     return CompleteInvoke(hr, info);
   }
 

@@ -349,29 +349,35 @@ Variant ComDispatch::Invoke(std::string_view name, WORD flags, const Arguments& 
   VariantInit(&result);
   EXCEPINFO info{};
   UINT bad_argument = 0;
-  auto invoke = [&](WORD how) {
-    if (ex)
-      return ex->InvokeEx(id, LOCALE_USER_DEFAULT, how, &params, value ? nullptr : &result, &info,
-                          nullptr);
-    return object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, how, &params,
-                           value ? nullptr : &result, &info, &bad_argument);
-  };
-  HRESULT hr = invoke(flags);
-  if (hr == E_FAIL && flags == (DISPATCH_PROPERTYGET | DISPATCH_METHOD)) {
-    // Wine's JScript refuses a call on a plain value where a read would do: read it.
-    hr = invoke(DISPATCH_PROPERTYGET);
-  }
-  if (hr == DISP_E_EXCEPTION && info.pfnDeferredFillIn) info.pfnDeferredFillIn(&info);
   struct FreeInfo {
     EXCEPINFO& e;
-    ~FreeInfo() {
+    void Clear() {
       SysFreeString(e.bstrDescription);
       SysFreeString(e.bstrSource);
       SysFreeString(e.bstrHelpFile);
+      e = EXCEPINFO{};
     }
+    ~FreeInfo() { Clear(); }
   } free_info{info};
+  auto invoke = [&](WORD how) {
+    HRESULT hr = ex ? ex->InvokeEx(id, LOCALE_USER_DEFAULT, how, &params, value ? nullptr : &result,
+                                   &info, nullptr)
+                    : object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, how, &params,
+                                      value ? nullptr : &result, &info, &bad_argument);
+    if (FAILED(hr) && info.pfnDeferredFillIn) info.pfnDeferredFillIn(&info);
+    return hr;
+  };
+  HRESULT hr = invoke(flags);
+  // Wine's JScript refuses a call on a plain value where a read would do ("Function
+  // expected", or a bare failure): read it.
+  constexpr HRESULT kFunctionExpected = MAKE_HRESULT(SEVERITY_ERROR, 0x0A, 5002);
+  if (flags == (DISPATCH_PROPERTYGET | DISPATCH_METHOD) && args.empty() &&
+      (hr == E_FAIL || hr == kFunctionExpected || info.scode == kFunctionExpected)) {
+    free_info.Clear();
+    hr = invoke(DISPATCH_PROPERTYGET);
+  }
   if (hr == DISP_E_MEMBERNOTFOUND || hr == DISP_E_UNKNOWNNAME) RaiseNoMember(name);
-  if (FAILED(hr)) RaiseFromHresult(hr, hr == DISP_E_EXCEPTION ? &info : nullptr);
+  if (FAILED(hr)) RaiseFromHresult(hr, &info);
   Variant out;
   try {
     out = FromVariant(result);

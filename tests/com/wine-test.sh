@@ -57,6 +57,8 @@ case "$action" in
     rm -rf "$WINEPREFIX"
     mkdir -p "$work"
     wineboot -i >/dev/null 2>&1 || { echo "wineboot failed"; exit 1; }
+    # Keep the server up between the tests (cleanup stops it; it ends alone a minute later).
+    wineserver -p60
     wine regsvr32 /s "$(windows_path "$dll")"
     rc=$?
     [ "$rc" -eq 0 ] || { echo "regsvr32 failed with $rc"; exit 1; }
