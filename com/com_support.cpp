@@ -336,6 +336,7 @@ ITypeInfo* TypeInfoOf(REFIID iid) {
     return lib;
   }();
   if (!library) return nullptr;
+  TableLock lock;
   struct Less {
     bool operator()(const GUID& a, const GUID& b) const {
       return std::memcmp(&a, &b, sizeof(GUID)) < 0;

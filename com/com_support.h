@@ -27,6 +27,19 @@ void AddModuleRef();
 void ReleaseModuleRef();
 bool ModuleInUse();
 
+// Guards the server's shared tables (wrappers, member names, type information): objects
+// live in their callers' apartments, but several apartments may share the process.
+class TableLock {
+ public:
+  TableLock() { AcquireSRWLockExclusive(&lock_); }
+  ~TableLock() { ReleaseSRWLockExclusive(&lock_); }
+  TableLock(const TableLock&) = delete;
+  TableLock& operator=(const TableLock&) = delete;
+
+ private:
+  static inline SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
 // ---- strings: BSTR (UTF-16) <-> the component's byte strings, through the ANSI code page.
 std::string FromBstr(BSTR text);
 BSTR ToBstr(std::string_view text);

@@ -19,6 +19,7 @@ class MemberNames {
  public:
   DISPID IdOf(const std::string& name) {
     if (name.empty()) return DISPID_VALUE;
+    TableLock lock;
     std::string key = LowerCase(name);
     auto [it, added] = ids_.try_emplace(key, static_cast<DISPID>(names_.size() + 1));
     if (added) names_.push_back(name);
@@ -30,6 +31,7 @@ class MemberNames {
       name.clear();
       return true;
     }
+    TableLock lock;
     if (id < 1 || static_cast<size_t>(id) > names_.size()) return false;
     name = names_[static_cast<size_t>(id) - 1];
     return true;
@@ -55,12 +57,16 @@ class NativeDispatchObject : public IDispatch, public NativeObject {
  public:
   explicit NativeDispatchObject(std::shared_ptr<Dispatch> object) : object_(std::move(object)) {
     AddModuleRef();
+    TableLock lock;
     Wrappers()[object_.get()] = this;
   }
   NativeDispatchObject(const NativeDispatchObject&) = delete;
   NativeDispatchObject& operator=(const NativeDispatchObject&) = delete;
   ~NativeDispatchObject() override {
-    Wrappers().erase(object_.get());
+    {
+      TableLock lock;
+      Wrappers().erase(object_.get());
+    }
     ReleaseModuleRef();
   }
 
@@ -436,10 +442,13 @@ IDispatch* ToDispatch(const std::shared_ptr<Dispatch>& object) {
     original->AddRef();
     return original;
   }
-  auto found = Wrappers().find(object.get());
-  if (found != Wrappers().end()) {
-    found->second->AddRef();
-    return found->second;
+  {
+    TableLock lock;
+    auto found = Wrappers().find(object.get());
+    if (found != Wrappers().end()) {
+      found->second->AddRef();
+      return found->second;
+    }
   }
   return new NativeDispatchObject(object);
 }

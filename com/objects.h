@@ -15,19 +15,26 @@ template <typename Derived, typename Interface, typename Core>
 class CachedObject : public DualObject<Interface> {
  public:
   explicit CachedObject(std::shared_ptr<Core> core) : core_(std::move(core)) {
+    TableLock lock;
     Map()[core_.get()] = static_cast<Derived*>(this);
   }
-  ~CachedObject() override { Map().erase(core_.get()); }
+  ~CachedObject() override {
+    TableLock lock;
+    Map().erase(core_.get());
+  }
 
   const std::shared_ptr<Core>& Core_() const { return core_; }
 
   // The wrapper of `core` (a new reference), made when it has none; null for null.
   static Interface* Wrap(const std::shared_ptr<Core>& core) {
     if (!core) return nullptr;
-    auto it = Map().find(core.get());
-    if (it != Map().end()) {
-      it->second->AddRef();
-      return it->second;
+    {
+      TableLock lock;
+      auto it = Map().find(core.get());
+      if (it != Map().end()) {
+        it->second->AddRef();
+        return it->second;
+      }
     }
     return new Derived(core);
   }
