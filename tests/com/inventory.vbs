@@ -40,6 +40,25 @@ Call Check(info.InstrStart = 4 And info.InstrLength = 1, "SetInstrStartFromColRo
 info.ExpressionText = ""
 info.SetInstrStartFromColRow
 Call Check(info.InstrStart = 0, "SetInstrStartFromColRow on an empty text")
+' Every property keeps its own value.
+Dim rec : Set rec = CreateObject("KXExpressionBuilder75.ExpressionInfo")
+rec.ActionOrdinalPosition = 1 : rec.EventOrdinalPosition = 2 : rec.InstrStart = 3
+rec.InstrLength = 4 : rec.RLOrdinalPosition = 5 : rec.SrcTrgOrdinalPosition = 6
+rec.OrdinalPosition = 7 : rec.SelRowEnd = 8 : rec.SelRowStart = 9 : rec.SelColEnd = 10
+rec.SelColStart = 11 : rec.ExpressionType = 12
+rec.EventKey = "a" : rec.EventName = "b" : rec.RLKey = "c" : rec.RLName = "d"
+rec.SrcTrgKey = "e" : rec.SrcTrgName = "f" : rec.ReplacedExpression = "g"
+rec.ReplacedSelectedText = "h" : rec.ExpressionKey = "i" : rec.SelectedText = "j"
+rec.ExpressionText = "k" : rec.Description = "l" : rec.ExpressionName = "m"
+Dim values
+values = rec.ActionOrdinalPosition & "," & rec.EventOrdinalPosition & "," & rec.InstrStart
+values = values & "," & rec.InstrLength & "," & rec.RLOrdinalPosition & "," & rec.SrcTrgOrdinalPosition
+values = values & "," & rec.OrdinalPosition & "," & rec.SelRowEnd & "," & rec.SelRowStart
+values = values & "," & rec.SelColEnd & "," & rec.SelColStart & "," & rec.ExpressionType
+values = values & "," & rec.EventKey & rec.EventName & rec.RLKey & rec.RLName & rec.SrcTrgKey
+values = values & rec.SrcTrgName & rec.ReplacedExpression & rec.ReplacedSelectedText & rec.ExpressionKey
+values = values & rec.SelectedText & rec.ExpressionText & rec.Description & rec.ExpressionName
+Call Check(values = "1,2,3,4,5,6,7,8,9,10,11,12,abcdefghijklm", "every property keeps its own value: " & values)
 info.ExpressionText = Chr(233) & Chr(128) & Chr(255)
 Call Check(info.ExpressionText = Chr(233) & Chr(128) & Chr(255), "text survives the ANSI code page")
 
@@ -88,6 +107,12 @@ On Error Resume Next : list.BuildCompleteConversionExpressionList : n = Err.Numb
 Call Check(n = 457, _
   "the composite stops where source and target keys collide (sfilt0): 457")
 Call Check(list.Count = 19, "and keeps the 19 records listed before, not " & list.Count)
+list.RemoveAll
+On Error Resume Next : list.BuildALLActionParametersList : n = Err.Number : On Error GoTo 0
+Call Check(n = 457 And list.Count = 12, "every action parameter: target event se0/a0/p0 collides after 12")
+list.RemoveAll
+On Error Resume Next : list.BuildALLActionParametersandALLExpressionsList : n = Err.Number : On Error GoTo 0
+Call Check(n = 457 And list.Count = 12, "the same collision in the other composite")
 list.RemoveAll
 list.BuildTargetFieldExpressionList
 list.BuildSortFieldExpressionList

@@ -18,6 +18,8 @@ Function NewEntry(key, items)
 End Function
 
 Dim n, e : Set e = CreateObject("KXExpressionBuilder75.usertreeentry")
+e.ParentKey = "p" : e.NodeName = "n" : e.NodeKey = "k"
+Call Check(e.ParentKey & e.NodeName & e.NodeKey = "pnk", "the three texts keep their values")
 Call Check(e.ListCount = 0 And e.ListItem(0) = "", "a new entry has no list")
 Call Check(e.SetList(Array("a", "", "c")) = 0, "SetList returns 0")
 Call Check(e.ListCount = 3 And e.ListItem(2) = "c" And e.ListItem(1) = "", "three items, one empty")
