@@ -129,6 +129,8 @@ Dim names_in_order : Set names_in_order = New Sorter
 Call Check(set1.CopyandSortName(sorted, names_in_order) = True, "CopyandSortName returns True")
 Call Check(names_in_order.Items = "DateConvert,DateFromParts,LookupCode,LookupField,PadCode,TrimField,", _
   "the sorter got the names in order: " & names_in_order.Items)
+Dim plain : Set plain = CreateObject("KXExpressionBuilder75.ExprTemplates")
+Call Check(set1.CopyandSortName(plain) = True And plain.Count = 7, "the sorter is optional")
 ' The target loads the file first, so its templates are the file's, in file order.
 Call Check(sorted.Count = 7 And sorted.Item(1).Name = "IfBlank", "the target holds the file's templates")
 
