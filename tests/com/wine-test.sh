@@ -17,6 +17,14 @@ skip() {
 }
 [ "$action" = skip ] && skip "$2"
 command -v wine >/dev/null || skip "wine is not installed (scripts/deps.sh installs it)"
+# The 64-bit loader: with a 32-bit Wine beside it, plain "wine cscript" is the 32-bit host.
+wine=wine
+if command -v wine64 >/dev/null; then
+  wine=wine64
+elif [ -x /usr/lib/wine/wine64 ]; then
+  wine=/usr/lib/wine/wine64
+  export WINELOADER=$wine
+fi
 
 work=$2
 export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
@@ -56,10 +64,10 @@ case "$action" in
     wineserver -k 2>/dev/null
     rm -rf "$WINEPREFIX"
     mkdir -p "$work"
-    wineboot -i >/dev/null 2>&1 || { echo "wineboot failed"; exit 1; }
+    "$wine" wineboot -i >/dev/null 2>&1 || { echo "wineboot failed"; exit 1; }
     # Keep the server up between the tests (cleanup stops it; it ends alone a minute later).
     wineserver -p60
-    wine regsvr32 /s "$(windows_path "$dll")"
+    "$wine" regsvr32 /s "$(windows_path "$dll")"
     rc=$?
     [ "$rc" -eq 0 ] || { echo "regsvr32 failed with $rc"; exit 1; }
     echo "registered $dll in $WINEPREFIX"
@@ -68,12 +76,12 @@ case "$action" in
     file=$3
     name=$(basename "$file")
     dir=$(fresh_data "${name%.*}-${name##*.}")
-    judge wine cscript //nologo "$(windows_path "$file")" "$(windows_path "$dir")"
+    judge "$wine" cscript //nologo "$(windows_path "$file")" "$(windows_path "$dir")"
     ;;
   client)
     exe=$3
     dir=$(fresh_data client)
-    judge wine "$(windows_path "$exe")" "$(windows_path "$dir")"
+    judge "$wine" "$(windows_path "$exe")" "$(windows_path "$dir")"
     ;;
   cleanup)
     wineserver -k 2>/dev/null
