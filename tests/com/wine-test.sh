@@ -2,7 +2,8 @@
 # Runs the COM server's tests under Wine, in a prefix of their own in the build tree.
 #   wine-test.sh setup   WORK DLL        fresh prefix, regsvr32 of the DLL
 #   wine-test.sh script  WORK FILE       cscript on a .vbs/.js test in a fresh copy of the data
-#   wine-test.sh client  WORK EXE        the C++ client, likewise
+#   wine-test.sh client  WORK EXE        a test program, likewise
+#   wine-test.sh display-client WORK EXE  the same on a virtual display (Xvfb)
 #   wine-test.sh cleanup WORK            stops the prefix's wineserver
 #   wine-test.sh skip    REASON          reports a skipped test
 # A test passes when it exits 0 and its last line is DONE: Wine's script host exits 0 even
@@ -36,12 +37,16 @@ windows_path() {
   echo "Z:${p//\//\\}"
 }
 
-# Runs a test program, shows its output, and judges it by exit status and last line.
+# Runs a test program, shows its output, and judges it by exit status and the last line it
+# printed (Wine's own messages go to standard error).
 judge() {
-  local out rc last
-  out=$("$@" 2>&1)
+  local out rc last errors
+  errors=$(mktemp)
+  out=$("$@" 2>"$errors")
   rc=$?
   printf '%s\n' "$out" | tr -d '\r'
+  grep -v '^$' "$errors" | head -n 20
+  rm -f "$errors"
   last=$(printf '%s\n' "$out" | tr -d '\r' | sed '/^$/d' | tail -n 1)
   [ "$rc" -eq 0 ] || { echo "exit status $rc"; exit 1; }
   [ "$last" = DONE ] || { echo "the last line is not DONE: the test stopped early"; exit 1; }
@@ -66,7 +71,7 @@ case "$action" in
     mkdir -p "$work"
     "$wine" wineboot -i >/dev/null 2>&1 || { echo "wineboot failed"; exit 1; }
     # Keep the server up between the tests (cleanup stops it; it ends alone a minute later).
-    wineserver -p60
+    wineserver -p60 </dev/null >/dev/null 2>&1
     "$wine" regsvr32 /s "$(windows_path "$dll")"
     rc=$?
     [ "$rc" -eq 0 ] || { echo "regsvr32 failed with $rc"; exit 1; }
@@ -82,6 +87,21 @@ case "$action" in
     exe=$3
     dir=$(fresh_data client)
     judge "$wine" "$(windows_path "$exe")" "$(windows_path "$dir")"
+    ;;
+  display-client)
+    command -v xvfb-run >/dev/null || skip "xvfb-run is not installed: no display for message boxes"
+    exe=$3
+    dir=$(fresh_data display-client)
+    # The prefix's desktop process belongs to the display it started with: begin and end
+    # with none running, so that this test's desktop is on its display and goes with it.
+    wineserver -k 2>/dev/null
+    wineserver -w
+    (judge xvfb-run -a "$wine" "$(windows_path "$exe")" "$(windows_path "$dir")")
+    rc=$?
+    wineserver -k 2>/dev/null
+    wineserver -w
+    wineserver -p60 </dev/null >/dev/null 2>&1
+    exit $rc
     ;;
   cleanup)
     wineserver -k 2>/dev/null
