@@ -393,7 +393,7 @@ class VariantEnum : public IEnumVARIANT {
     return n == count ? S_OK : S_FALSE;
   }
   HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
-    position_ = std::min(items_.size(), position_ + count);
+    position_ = std::min<size_t>(items_.size(), position_ + count);
     return position_ < items_.size() ? S_OK : S_FALSE;
   }
   HRESULT STDMETHODCALLTYPE Reset() override {
