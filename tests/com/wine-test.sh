@@ -72,9 +72,14 @@ case "$action" in
     "$wine" wineboot -i >/dev/null 2>&1 || { echo "wineboot failed"; exit 1; }
     # Keep the server up between the tests (cleanup stops it; it ends alone a minute later).
     wineserver -p60 </dev/null >/dev/null 2>&1
-    "$wine" regsvr32 /s "$(windows_path "$dll")"
-    rc=$?
-    [ "$rc" -eq 0 ] || { echo "regsvr32 failed with $rc"; exit 1; }
+    # Register, unregister (which must remove the ProgIDs), register for the tests.
+    "$wine" regsvr32 /s "$(windows_path "$dll")" || { echo "regsvr32 failed with $?"; exit 1; }
+    "$wine" regsvr32 /u /s "$(windows_path "$dll")" || { echo "regsvr32 /u failed with $?"; exit 1; }
+    if "$wine" reg query 'HKCR\kxexpr.ConversionDocument' >/dev/null 2>&1; then
+      echo "regsvr32 /u left the ProgID kxexpr.ConversionDocument behind"
+      exit 1
+    fi
+    "$wine" regsvr32 /s "$(windows_path "$dll")" || { echo "regsvr32 failed with $?"; exit 1; }
     echo "registered $dll in $WINEPREFIX"
     ;;
   script)
