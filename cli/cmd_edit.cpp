@@ -322,15 +322,15 @@ class Player {
 };
 
 // "--list PARENTKEY,NAME,KEY,PIPED": the piped list is everything after the third comma.
-bool SplitList(const std::string& spec, std::string parts[4]) {
+bool SplitList(const std::string& list_arg, std::string parts[4]) {
   size_t at = 0;
   for (int i = 0; i < 3; ++i) {
-    size_t comma = spec.find(',', at);
+    size_t comma = list_arg.find(',', at);
     if (comma == std::string::npos) return false;
-    parts[i] = spec.substr(at, comma - at);
+    parts[i] = list_arg.substr(at, comma - at);
     at = comma + 1;
   }
-  parts[3] = spec.substr(at);
+  parts[3] = list_arg.substr(at);
   return true;
 }
 
@@ -346,10 +346,11 @@ void RunEdit(const EditOptions& o, Context& context) {
   if (o.type >= 0 && o.key.empty()) return usage("TYPE needs a KEY after it");
   if (o.type >= 0 && o.conversion.empty()) return usage("TYPE KEY need a CONVERSION");
   std::vector<std::array<std::string, 4>> lists;
-  for (const auto& spec : o.lists) {
+  for (const auto& list_arg : o.lists) {
     std::string parts[4];
-    if (!SplitList(spec, parts))
-      return usage("--list needs PARENTKEY,NAME,KEY,PIPED (three commas), got \"" + spec + "\"");
+    if (!SplitList(list_arg, parts))
+      return usage("--list needs PARENTKEY,NAME,KEY,PIPED (three commas), got \"" + list_arg +
+                   "\"");
     lists.push_back({parts[0], parts[1], parts[2], parts[3]});
   }
   FontDesc font;
