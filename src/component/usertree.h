@@ -48,8 +48,9 @@ using EntryIndex = std::variant<int32_t, std::string>;
 
 class usertreeentries {
  public:
-  // Adds `entry` under its NodeKey unless an entry with that exact key is there already;
-  // returns the entry now held for the key (the earlier one wins).
+  // Adds `entry` under its NodeKey unless an entry whose NodeKey is now exactly that is there
+  // already; returns the entry now held for the key (the earlier one wins). A key still filed
+  // for an entry renamed since is reported (457) and gives null.
   UserTreeEntryRef Add(UserTreeEntryRef entry);
   int16_t Count() const;
   // Removes the entry at a position or key; a missing entry is no error.
