@@ -190,13 +190,14 @@ std::string SyntaxText(const std::string& information, const std::string& name,
   return std::string(Left(information, InStr(information, ")")));
 }
 
-std::vector<std::string> BuildFunctionTokens(const Library& library, const std::string& category) {
+std::vector<std::string> BuildFunctionTokens(const Library& library, const std::string& category,
+                                             bool host_names) {
   std::string wanted = category == "All" ? "KXFunction" : category;
   std::vector<std::string> rows;
   for (const TypeInfo& t : library.types) {
     if (t.name != wanted) continue;
     ForEachMember(t, [&](const MemberRef&, const std::string& name) {
-      if (!name.empty()) rows.push_back(DisplayName(name));
+      if (!name.empty()) rows.push_back(host_names ? DisplayName(name) : name);
     });
     break;
   }
@@ -241,7 +242,8 @@ Library OpenRegistered(const std::string& registered_path, const std::filesystem
 std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base) {
-  return BuildFunctionTokens(OpenRegistered(library_path, base), category);
+  return BuildFunctionTokens(OpenRegistered(library_path, base), category,
+                             IsHostLibraryPath(library_path));
 }
 
 std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
