@@ -6,6 +6,17 @@
 
 namespace kx {
 
+namespace {
+
+void Report(ui::MessageBoxService* box, std::string_view location) {
+  if (box)
+    ReportError(*box, location);
+  else
+    ReportError(location);
+}
+
+}  // namespace
+
 int16_t usertreeentry::ListCount() const {
   return CheckedInt16(list_.size());
 }
@@ -45,7 +56,7 @@ UserTreeEntryRef usertreeentries::Add(UserTreeEntryRef entry) {
     entries_.Add(entry, entry->NodeKey());
     return entry;
   } catch (...) {
-    ReportError("Add(usrtrens)");
+    Report(box_, "Add(usrtrens)");
     return entry;
   }
 }
@@ -96,14 +107,14 @@ void UserLists::KXExpressionBuilder_AddList(const std::string& parent_key, const
     ParseUserList(thelist, items);
     AddUserListToTree(parent_key, name, key, items);
   } catch (...) {
-    ReportError("Addlist(ExpressionBuilder)");
+    Report(box_, "Addlist(ExpressionBuilder)");
   }
 }
 
 void UserLists::AddUserListToTree(const std::string& parent_key, const std::string& name,
                                   const std::string& key, const std::vector<std::string>& items) {
   try {
-    if (!entries_) entries_ = std::make_shared<usertreeentries>();
+    if (!entries_) entries_ = std::make_shared<usertreeentries>(box_);
     auto entry = std::make_shared<usertreeentry>();
     entry->ParentKey(parent_key);
     entry->NodeName(name);
@@ -111,7 +122,7 @@ void UserLists::AddUserListToTree(const std::string& parent_key, const std::stri
     entry->SetList(items);
     entries_->Add(entry);
   } catch (...) {
-    ReportError("AddUserListToTree(ExpressionBuilder)");
+    Report(box_, "AddUserListToTree(ExpressionBuilder)");
   }
 }
 
@@ -123,7 +134,7 @@ void UserLists::BuildUserTree(const AddNode& add_node) const {
       add_node(entry->NodeKey(), entry->NodeName(), "user");
     }
   } catch (...) {
-    ReportError("BuildUserTree(ExpressionBuilder)");
+    Report(box_, "BuildUserTree(ExpressionBuilder)");
   }
 }
 

@@ -13,6 +13,10 @@
 
 namespace kx {
 
+namespace ui {
+class MessageBoxService;
+}
+
 class usertreeentry {
  public:
   // Upper bound of the list plus one (0 while no list was set).
@@ -48,6 +52,8 @@ using EntryIndex = std::variant<int32_t, std::string>;
 
 class usertreeentries {
  public:
+  // `box` (not owned) receives the collection's error reports; null: the process's.
+  explicit usertreeentries(ui::MessageBoxService* box = nullptr) : box_(box) {}
   // Adds `entry` under its NodeKey unless an entry with that exact key is there already;
   // returns the entry now held for the key (the earlier one wins).
   UserTreeEntryRef Add(UserTreeEntryRef entry);
@@ -61,6 +67,7 @@ class usertreeentries {
   bool EntryExists(std::string_view key, UserTreeEntryRef& entry) const;
 
   Collection<UserTreeEntryRef> entries_{KeyCompare::Binary};
+  ui::MessageBoxService* box_;
 };
 
 // Splits a piped string: N separators give N + 1 items, empty ones included.
@@ -69,6 +76,8 @@ void ParseUserList(std::string_view text, std::vector<std::string>& items);
 // The lists a builder holds and the routines that add them.
 class UserLists {
  public:
+  // `box` (not owned) receives the error reports; null: the process's.
+  explicit UserLists(ui::MessageBoxService* box = nullptr) : box_(box) {}
   // Splits `thelist` and adds it as one entry. Failures are reported, not thrown.
   void KXExpressionBuilder_AddList(const std::string& parent_key, const std::string& name,
                                    const std::string& key, const std::string& thelist);
@@ -86,6 +95,7 @@ class UserLists {
 
  private:
   std::shared_ptr<usertreeentries> entries_;
+  ui::MessageBoxService* box_;
 };
 
 }  // namespace kx

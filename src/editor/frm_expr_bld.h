@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,11 +16,16 @@
 #include "component/expression_checker.h"
 #include "component/kx_expression_builder.h"
 #include "component/registry.h"
+#include "component/usertree.h"
 #include "functions/function_info.h"
 #include "ui/services.h"
 #include "ui/views.h"
 
 namespace kx {
+
+namespace typelib {
+struct Library;
+}
 
 // Everything the window uses besides its builder.
 struct ExprBldContext {
@@ -35,6 +41,11 @@ struct ExprBldContext {
   std::vector<std::filesystem::path> keyword_dirs;
   // Folder that relative and drive paths of type libraries resolve against.
   std::filesystem::path library_base;
+  // The builder's user lists (they are not on its interface); null while it has none.
+  std::function<std::shared_ptr<usertreeentries>()> user_lists;
+  // The function argument dialog opened on "[name]syntax": the text to insert, empty when
+  // the user cancelled. The builder binds it to LoadFunctionBuilder.
+  std::function<std::string(const std::string& text)> function_builder;
 };
 
 class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
@@ -106,6 +117,8 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   void ShowFunctionGrid();
   void BuildTLBList();
   void BuildTLBMembers(const std::string& key);
+  // The host function library as BuildTreeView read it; null before, or when it failed.
+  const typelib::Library* HostLibrary() const { return host_library_.get(); }
 
  private:
   ExprBldContext context_;
@@ -120,8 +133,24 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   ui::MessageBoxService& Box() { return *context_.services.message_box; }
 
   // ---- private helpers of the window part (exprbld_window.cpp) ----
+  bool designed_ = false;          // the view holds the menus and toolbar buttons
+  ui::EditorControl& Editor() { return view_->KXEditor1(); }
+  void ApplyDesign();
+  void LayOutBottomPane();
+  std::optional<std::string> AskFile(std::string_view filter, std::string_view title,
+                                     int32_t flags);
 
   // ---- private helpers of the palette part (exprbld_palette.cpp) ----
+  std::shared_ptr<const typelib::Library> host_library_;
+  KXExpressionBuilder& Builder() const;
+  // The selected tree node; nullopt when none is selected.
+  std::optional<ui::TreeNode> SelectedNode();
+  // Fills info_ afresh for `name`: from the catalogue, or from the type library at `path`.
+  void LookUpConstruct(const std::string& name);
+  void LookUpLibraryMember(const std::string& name, const std::string& path);
+  void DescribeRow(const std::string& text);
+  void FillGrid(const std::vector<std::string>& rows);
+  std::string FieldReference(const ui::TreeNode& record, const std::string& field);
 };
 
 }  // namespace kx

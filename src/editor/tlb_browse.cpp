@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "inventory/variant.h"
 #include "runtime/error.h"
 #include "runtime/paths.h"
 #include "runtime/text.h"
@@ -190,6 +191,13 @@ std::string SyntaxText(const std::string& information, const std::string& name,
   return std::string(Left(information, InStr(information, ")")));
 }
 
+std::string ConstantValueText(const std::string& prototype) {
+  std::string_view rest = TrimLeft(Mid(prototype, InStr(prototype, "=") + 1));
+  int64_t blank = InStr(rest, " ");
+  std::string word(blank > 0 ? Left(rest, blank - 1) : rest);
+  return Variant(Variant(word).ToDouble()).ToText();
+}
+
 std::vector<std::string> BuildFunctionTokens(const Library& library, const std::string& category) {
   std::string wanted = category == "All" ? "KXFunction" : category;
   std::vector<std::string> rows;
@@ -227,7 +235,10 @@ std::vector<std::string> Subkeys(Registry& registry, HKEY key) {
   return names;
 }
 
-Library OpenRegistered(const std::string& registered_path, const std::filesystem::path& base) {
+}  // namespace
+
+Library OpenRegisteredLibrary(const std::string& registered_path,
+                              const std::filesystem::path& base) {
   std::string file;
   int id = 1;
   SplitLibraryPath(registered_path, file, id);
@@ -236,12 +247,10 @@ Library OpenRegistered(const std::string& registered_path, const std::filesystem
   return OpenLibrary(where, MakeFileImportResolver(local));
 }
 
-}  // namespace
-
 std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base) {
-  return BuildFunctionTokens(OpenRegistered(library_path, base), category);
+  return BuildFunctionTokens(OpenRegisteredLibrary(library_path, base), category);
 }
 
 std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
@@ -270,7 +279,7 @@ std::vector<TreeNodeData> BuildTLBList(Registry& registry) {
 std::vector<TreeNodeData> BuildTLBTypes(const std::string& library_key,
                                         const std::filesystem::path& base) {
   std::string path(Left(library_key, InStr(library_key, "<") - 1));
-  Library lib = OpenRegistered(path, base);
+  Library lib = OpenRegisteredLibrary(path, base);
   std::vector<TreeNodeData> nodes;
   for (const TypeInfo& t : lib.types)
     nodes.push_back({library_key, library_key + "<" + t.name, t.name, "TLBType", path});
@@ -284,7 +293,7 @@ std::vector<std::string> BuildTLBMembers(const std::string& type_key,
   std::string type_name = type_key.substr(last + 1);
   std::vector<std::string> rows;
   try {
-    Library lib = OpenRegistered(path, base);
+    Library lib = OpenRegisteredLibrary(path, base);
     for (const TypeInfo& t : lib.types) {
       if (t.name != type_name) continue;
       ForEachMember(t, [&](const MemberRef&, const std::string& name) { rows.push_back(name); });
@@ -297,12 +306,28 @@ std::vector<std::string> BuildTLBMembers(const std::string& type_key,
   return rows;
 }
 
+std::string MemberPrototype(const std::string& type_key, const std::string& name,
+                            const std::filesystem::path& base) {
+  std::string path(Left(type_key, InStr(type_key, "<") - 1));
+  std::string type_name = type_key.substr(type_key.rfind('<') + 1);
+  Library lib = OpenRegisteredLibrary(path, base);
+  std::string prototype;
+  for (const TypeInfo& t : lib.types) {
+    if (t.name != type_name) continue;
+    ForEachMember(t, [&](const MemberRef& m, const std::string& member_name) {
+      if (prototype.empty() && member_name == name) prototype = PrototypeText(m, false);
+    });
+    break;
+  }
+  return prototype;
+}
+
 void GetKXFunctionInfoTL(FunctionInfo& info, const std::string& library_path,
                          const std::filesystem::path& base) {
   try {
     bool host = IsHostLibraryPath(library_path);
     std::string wanted = host ? MemberName(info.Name) : info.Name;
-    Library lib = OpenRegistered(library_path, base);
+    Library lib = OpenRegisteredLibrary(library_path, base);
     for (const TypeInfo& t : lib.types) {
       bool found = false;
       ForEachMember(t, [&](const MemberRef& m, const std::string& name) {

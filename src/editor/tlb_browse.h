@@ -52,6 +52,11 @@ std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base = {});
 
+// Opens a library as the registry names it ("file.dll" or "file.dll\\N"), resolving the path
+// as ResolvePath does.
+typelib::Library OpenRegisteredLibrary(const std::string& registered_path,
+                                       const std::filesystem::path& base = {});
+
 // The registered type libraries as children of "OTL" (tag "TLB"), from the registry.
 std::vector<TreeNodeData> BuildTLBList(Registry& registry);
 // The type nodes (tag "TLBType") of a library node, read from its file.
@@ -77,6 +82,15 @@ std::string SyntaxText(const std::string& information, const std::string& name,
                        const std::vector<std::string>& parameter_names);
 // The names of the parameters the prototype lists.
 std::vector<std::string> ParameterNames(const MemberRef& member);
+
+// The plain prototype ("Const Byte = 255 (&HFF)", "Sub Clear()") of the member `name` of the
+// type that a type node's key names; empty when the type has no such member.
+std::string MemberPrototype(const std::string& type_key, const std::string& name,
+                            const std::filesystem::path& base = {});
+// The value a constant's prototype carries ("Const Byte = 255 (&HFF)" gives "255"): the word
+// after the first "=", converted to a number and written plainly. A value that is not a
+// number raises 13.
+std::string ConstantValueText(const std::string& prototype);
 
 // Fills `info` (Name, Syntax, Description, Origin, argument names and count) for the member
 // that info.Name names in the library at `library_path`; reports failures with the location

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "editor/tlb_browse.h"
+#include "error_of.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
 #include "ui/message_box.h"
@@ -93,8 +94,7 @@ TEST(HostLibrary, FunctionInformationHasTheHostForm) {
             "Mid$(String As String, Start As Long, [Length As Long = -1]) As String");
   FunctionInfo get_object = Lookup("GetObject", kHost);
   EXPECT_EQ(get_object.Name, "GetObjectKX");
-  EXPECT_EQ(get_object.Syntax,
-            "GetObject([PathName As String = \"\"], [Class As String = \"\"])");
+  EXPECT_EQ(get_object.Syntax, "GetObject([PathName As String = \"\"], [Class As String = \"\"])");
   EXPECT_EQ(Lookup("Now", kHost).Syntax, "Now()");
   EXPECT_EQ(Split(Lookup("Choose", kHost).Description, "\r\n")[0],
             "Choose(Index As Integer, [ParamArray Choices As Variant()]) As Variant");
@@ -166,6 +166,26 @@ TEST(TypeLibraryMembers, SyntaxTextIsChosenByTheFirstFiveCharacters) {
   EXPECT_EQ(SyntaxText("Method Go", "Go", {}), "Go()");
   EXPECT_EQ(SyntaxText("Sub Go(a As Long) (x)", "Go", {"a"}), "Sub Go(a As Long)");
   EXPECT_EQ(SyntaxText("Now\r\n\r\n    no parentheses", "Now", {}), "");
+}
+
+TEST(TypeLibraryMembers, ConstantsGiveTheirValueAndMembersTheirPlainPrototype) {
+  const std::pair<std::string, std::string> values[] = {
+      {"Const Byte = 255 (&HFF)", "255"}, {"Const MinusOne = -1 (&HFFFFFFFF)", "-1"},
+      {"Const Seven = 7", "7"},           {"Const Half = 0.50", "0.5"},
+      {"Const Big = 1E+3", "1000"},
+  };
+  for (const auto& [prototype, value] : values) EXPECT_EQ(ConstantValueText(prototype), value);
+  EXPECT_EQ(ErrorOf([] { ConstantValueText("Const Greeting = \"hello\""); }), 13);
+  EXPECT_EQ(ErrorOf([] { ConstantValueText("Const Nothing ="); }), 13);
+
+  const std::string key = kParams + "<Params{P}1.0";
+  EXPECT_EQ(MemberPrototype(key + "<Limits", "MinusOne"), "Const MinusOne = -1 (&HFFFFFFFF)");
+  EXPECT_EQ(MemberPrototype(key + "<Many", "Clear"), "Sub Clear()");
+  EXPECT_EQ(MemberPrototype(key + "<Many", "Seven"), "");  // members of that type only
+  // The host library's constants too, though its lookups use the host form.
+  EXPECT_EQ(MemberPrototype("kx750ui_fn.dll<x<KXCompareMethod", "kxTextCompare",
+                            std::string(KX_SOURCE_DIR) + "/data"),
+            "Const kxTextCompare = 1");
 }
 
 }  // namespace

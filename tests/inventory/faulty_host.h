@@ -109,6 +109,12 @@ class FaultySource : public HostSource {
   KX_FORWARD(std::string, SortFieldExpression)
   KX_FORWARD_SET(const std::string&, SortFieldExpression, SetSortFieldExpression)
   KX_FORWARD_SET(int16_t, SortFieldPos, SetSortFieldPos)
+  std::string RecordLayoutList(int16_t position) override {
+    log_->Touch("RecordLayoutList");
+    return inner_->RecordLayoutList(position);
+  }
+  KX_FORWARD(bool, SupportsMultipleRecordLayouts)
+  KX_FORWARD(bool, DefinesMultipleRecordLayouts)
 
  private:
   std::shared_ptr<HostSource> inner_;
@@ -136,6 +142,10 @@ class FaultyTarget : public HostTarget {
   KX_FORWARD_SET(int16_t, RecordLayoutPos, SetRecordLayoutPos)
   KX_FORWARD_EVENTS(ConversionEvents)
   KX_FORWARD_EVENTS(TargetEvents)
+  std::string RecordLayoutList(int16_t position) override {
+    log_->Touch("RecordLayoutList");
+    return inner_->RecordLayoutList(position);
+  }
 
  private:
   std::shared_ptr<HostTarget> inner_;
