@@ -38,7 +38,10 @@ class ExpressionBuilder : public KXExpressionBuilder {
   void AllowValidation(bool value) override { allow_validation_ = value; }
   std::string KXTypeLibPath() const override { return typelib_path_; }
   std::string Expression() const override { return expression_; }
-  void Expression(const std::string& value) override { expression_ = value; }
+  void Expression(const std::string& value) override {
+    expression_ = value;
+    if (on_expression_written_) on_expression_written_();
+  }
   std::shared_ptr<FontDesc> Font() const override { return font_; }
   void Font(std::shared_ptr<FontDesc> value) override;
   std::string FormTitle() const override { return form_title_; }
@@ -71,6 +74,11 @@ class ExpressionBuilder : public KXExpressionBuilder {
   void KXExpressionBuilder_BuildTree();
 
   const UserLists& Lists() const { return lists_; }
+  // Called whenever Expression is written, by the host or by the window's OK: a program
+  // that sets Expression before Show learns from it that OK was pressed.
+  void OnExpressionWritten(std::function<void()> observer) {
+    on_expression_written_ = std::move(observer);
+  }
   // The editor window, loaded on the way as any use of it does.
   BuilderWindow& Window();
 
@@ -93,6 +101,7 @@ class ExpressionBuilder : public KXExpressionBuilder {
   std::shared_ptr<HostTarget> target_;
   UserLists lists_;
   std::unique_ptr<BuilderWindow> window_;
+  std::function<void()> on_expression_written_;
 
   void ImportControl();
   void Terminate();

@@ -8,6 +8,7 @@
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
+#include "templates/frm_inputbox.h"
 #include "ui/report.h"
 
 namespace kx {
@@ -454,6 +455,16 @@ void frmExprBld::cmdhelp_Click() {
       context_.services.help->ShowContext(help_file, kHelpContext);
     else
       Box().Show("No help file provided.", ui::kMbOk, "");
+  });
+}
+
+void frmExprBld::cmdParam_Click() {
+  Guarded(Box(), "cmdparam_Click(ExprBld)", [&] {
+    std::string name = AskInputBox(context_.services, Need(builder_), "Enter parameter name");
+    // The input box gives "" for Cancel as for an empty line: nothing to insert.
+    if (name.empty()) return;
+    DiscardComments();
+    InsertToken("<<" + name + ">>");
   });
 }
 

@@ -27,7 +27,7 @@ std::string KeywordSet::Fold(std::string_view word) const {
 namespace {
 
 bool IsBlank(char c) {
-  return c == ' ' || c == '\t';
+  return c == ' ' || c == '\t' || c == '\r';
 }
 
 std::string_view Strip(std::string_view s) {

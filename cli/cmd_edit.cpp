@@ -1,0 +1,504 @@
+// kxexpr edit [CONVERSION [TYPE KEY]] [options] [--headless] [--script FILE|-]
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <ostream>
+#include <sstream>
+
+#include "command.h"
+#include "edit_script.h"
+#include "editor/new_builder.h"
+#include "host/checker_object.h"
+#include "host/conversion_document.h"
+#include "inventory_view.h"
+#include "runtime/error.h"
+#include "ui/headless/headless.h"
+#include "ui/unanswered.h"
+
+namespace kx::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace hl = ui::headless;
+
+struct EditOptions {
+  std::string conversion;
+  int type = -1;
+  std::string key;
+  std::string expression;
+  bool has_expression = false;
+  std::string title, keywords, templates, help_file, font;
+  int32_t help_id = 0;
+  bool allow_validation = false, allow_templates = false, parameter_button = false;
+  std::vector<std::string> lists;
+  bool headless = false;
+  std::string script;
+};
+
+// Ends the run with exit status 3: the script could not be played.
+struct ScriptFailure {
+  std::string what;
+};
+
+// The expression TYPE KEY names, found as `kxexpr set` finds it.
+struct Target {
+  ExpressionList list;
+  int32_t position = 0;
+};
+
+void FindExpression(const EditOptions& o, host::ConversionDocument& document, Target& target) {
+  const Walk* walk = WalkForType(o.type);
+  target.list.SetSourceControl(document.Source());
+  target.list.SetTargetControl(document.Target());
+  walk->run(target.list, false);
+  const std::string key = KeyFromVisible(o.key);
+  for (int32_t i = 1; i <= target.list.Count() && target.position == 0; ++i)
+    if (target.list.Item(Variant(i))->ExpressionKey == key) target.position = i;
+  if (target.position == 0)
+    Raise(kErrInvalidCall, "no expression of type " + std::to_string(o.type) + " with key \"" +
+                               Visible(key) + "\" in " + o.conversion + "; 'kxexpr list --walk " +
+                               walk->name + " --all-parameters " + o.conversion +
+                               "' shows the keys");
+}
+
+// Plays the script's actions against the editor window, one per line, and queues the
+// answers of the dialogs they open.
+class Player {
+ public:
+  Player(hl::Environment& env, std::vector<ScriptAction> actions, std::ostream& out,
+         std::string source)
+      : env_(env), actions_(std::move(actions)), out_(out), source_(std::move(source)) {}
+
+  // Runs while the window is shown modally; returns once it is closed.
+  void Play(hl::HeadlessWindow& window) {
+    auto& view = dynamic_cast<hl::HeadlessExprBldView&>(window.View());
+    while (next_ < actions_.size() && window.IsShown()) {
+      const ScriptAction& action = actions_[next_++];
+      try {
+        Perform(action, view);
+      } catch (const ui::Unanswered& e) {
+        throw ScriptFailure{At(action) + e.what()};
+      } catch (const hl::GestureError& e) {
+        throw ScriptFailure{At(action) + e.what()};
+      }
+    }
+    // A script that ends with the window open closes it as the close box does.
+    if (window.IsShown()) window.CloseBox();
+  }
+
+  // Lines left once the window has closed: they can no longer act on it.
+  void CheckPlayedOut() const {
+    if (next_ < actions_.size())
+      throw ScriptFailure{At(actions_[next_]) + "the window is closed; nothing is left to act on"};
+    auto unused = env_.driver().Unused();
+    if (!unused.empty()) throw ScriptFailure{source_ + ": answers never asked for: " + unused[0]};
+  }
+
+ private:
+  std::string At(const ScriptAction& action) const {
+    return source_ + ":" + std::to_string(action.line) + ": ";
+  }
+
+  void Require(bool done, const ScriptAction& action, const std::string& what) {
+    if (!done) throw ScriptFailure{At(action) + what};
+  }
+
+  void Perform(const ScriptAction& a, hl::HeadlessExprBldView& view) {
+    switch (a.verb) {
+      case Verb::ClickNode:
+        Require(view.ClickNode(a.text), a, "the tree cannot be clicked now");
+        break;
+      case Verb::Row:
+        Require(view.MoveToRow(a.numbers[0]), a, "the grid cannot be moved now");
+        break;
+      case Verb::DblClick:
+        Require(view.DoubleClickRow(a.numbers[0]), a, "the grid cannot be clicked now");
+        break;
+      case Verb::Build:
+        Require(view.BuildFunction(a.numbers[0]), a, "the grid cannot be clicked now");
+        break;
+      case Verb::Press:
+        Require(view.Press(a.text), a, "the button " + a.text + " is hidden or disabled");
+        break;
+      case Verb::Menu:
+        Require(view.ChooseMenu(a.text), a, "the menu item " + a.text + " is hidden or disabled");
+        break;
+      case Verb::Toolbar:
+        Require(view.ClickToolbar(a.text), a, "the toolbar button " + a.text + " is disabled");
+        break;
+      case Verb::Type:
+        Require(view.Type(a.text), a, "the editor cannot take keystrokes now");
+        break;
+      case Verb::Caret:
+        Require(view.ClickEditor(a.numbers[0]), a, "the editor cannot be clicked now");
+        break;
+      case Verb::Select:
+        view.KXEditor1().Select(a.numbers[0], a.numbers[1]);
+        break;
+      case Verb::Resize:
+        view.Form().Resize(a.numbers[0], a.numbers[1]);
+        break;
+      case Verb::Close:
+        view.Form().CloseBox();
+        break;
+      case Verb::Answer:
+        QueueAnswer(a);
+        break;
+      case Verb::Dump:
+        out_ << DumpJson(view) << '\n';
+        break;
+    }
+  }
+
+  void QueueAnswer(const ScriptAction& a) {
+    hl::Driver& driver = env_.driver();
+    const auto& args = a.args;
+    if (a.text == "file") {
+      driver.QueueFile(args[0] == "cancel" ? std::nullopt : std::optional<std::string>(args[1]));
+    } else if (a.text == "message") {
+      driver.QueueMessageAnswer(a.numbers[0]);
+    } else if (a.text == "find") {
+      driver.QueueFind(args[0]);
+    } else if (a.text == "replace") {
+      driver.QueueReplace(args[0], args[1]);
+    } else if (a.text == "input") {
+      std::string text = args[0];
+      env_.AnswerInputBox([text](hl::HeadlessInputBoxView& box) {
+        box.TypeInput(text);
+        box.Press("OKButton");
+      });
+    } else if (a.text == "function") {
+      std::vector<std::string> values(args.begin() + 1, args.end());
+      std::string how = args[0];
+      env_.AnswerFunction([how, values](hl::HeadlessFunctionView& dialog) {
+        if (how == "close") {
+          dialog.Form().CloseBox();
+          return;
+        }
+        if (how == "ok")
+          for (size_t i = 0; i < values.size(); ++i)
+            if (!dialog.EditValue(static_cast<int32_t>(i), values[i]))
+              throw ui::Unanswered("frmFunction has no argument row " + std::to_string(i) +
+                                   " for the value \"" + values[i] + "\"");
+        dialog.Press(how == "ok" ? "cmdok" : "cmdcancel");
+      });
+    } else if (a.text == "prompt") {
+      std::string how = args[0];
+      bool same = args.size() > 1 && args[1] == "same";
+      std::string text = args.size() > 2 ? args[2] : "";
+      env_.AnswerPrompt([how, same, text](hl::HeadlessPromptView& prompt) {
+        if (how == "ok") {
+          prompt.EnterValue(text);
+          prompt.CheckSame(same);
+        }
+        prompt.Press(how == "ok" ? "cmdok" : "cmdcancel");
+      });
+    }
+  }
+
+  static void Key(std::string& out, std::string_view name, bool& first) {
+    if (!first) out += ',';
+    first = false;
+    AppendJsonString(out, name);
+    out += ':';
+  }
+  static const char* Bool(bool value) { return value ? "true" : "false"; }
+
+  std::string DumpJson(hl::HeadlessExprBldView& view) {
+    std::string out = "{";
+    bool first = true;
+    Key(out, "caption", first);
+    AppendJsonString(out, view.Form().Caption());
+
+    auto& editor = view.KXEditor1();
+    Key(out, "editor", first);
+    out += "{\"text\":" + JsonString(editor.Text());
+    out += ",\"caret\":" + std::to_string(editor.CaretPosition());
+    out += ",\"selection\":[" + std::to_string(editor.SelectionStart()) + "," +
+           std::to_string(editor.SelectionLength()) + "]";
+    out += ",\"bookmarks\":[";
+    bool first_mark = true;
+    for (int32_t line : editor.Bookmarks()) {
+      if (!first_mark) out += ',';
+      first_mark = false;
+      out += std::to_string(line);
+    }
+    out += "],\"keyword_file\":" + JsonString(editor.KeywordFile()) + "}";
+
+    Key(out, "tree", first);
+    out += '[';
+    bool first_node = true;
+    for (const auto& node : view.TreeView1().Nodes()) {
+      if (!first_node) out += ',';
+      first_node = false;
+      out += "{\"key\":" + JsonString(node.key) + ",\"text\":" + JsonString(node.text) +
+             ",\"tag\":" + JsonString(node.tag) + ",\"parent\":" + JsonString(node.parent) +
+             ",\"expanded\":" + Bool(node.expanded) + "}";
+    }
+    out += ']';
+    Key(out, "selected_node", first);
+    AppendJsonString(out, view.TreeView1().SelectedKey());
+
+    auto& grid = view.ssdgridtokens();
+    Key(out, "grid", first);
+    out += "{\"rows\":[";
+    for (int32_t r = 0; r < grid.Rows(); ++r) {
+      if (r) out += ',';
+      AppendJsonString(out, grid.CellText(r, 0));
+    }
+    out += "],\"current\":" + std::to_string(grid.CurrentRow()) + ",\"styles\":[";
+    for (int32_t r = 0; r < grid.Rows(); ++r) {
+      if (r) out += ',';
+      AppendJsonString(out, grid.RowStyle(r));
+    }
+    out += "]}";
+
+    Key(out, "proto", first);
+    out += "[" + JsonString(view.txtproto(0).Caption()) + "," +
+           JsonString(view.txtproto(1).Caption()) + "]";
+    Key(out, "lblexprerr", first);
+    AppendJsonString(out, view.lblexprerr().Caption());
+
+    Key(out, "menus", first);
+    out += '{';
+    bool first_menu = true;
+    for (auto* menu : view.Menus()) {
+      Key(out, menu->Name(), first_menu);
+      out += std::string("{\"visible\":") + Bool(menu->Visible()) +
+             ",\"enabled\":" + Bool(menu->Enabled()) +
+             ",\"caption\":" + JsonString(menu->Caption()) + "}";
+    }
+    out += '}';
+
+    Key(out, "toolbar", first);
+    out += '{';
+    bool first_button = true;
+    auto& bar = view.tbar();
+    for (int32_t i = 1; i <= bar.ButtonCount(); ++i) {
+      auto& button = bar.Button(i);
+      if (button.Key().empty()) continue;
+      Key(out, button.Key(), first_button);
+      out += std::string("{\"enabled\":") + Bool(button.Enabled()) +
+             ",\"tooltip\":" + JsonString(button.ToolTip()) +
+             ",\"image\":" + JsonString(button.Image()) + "}";
+    }
+    out += '}';
+
+    Key(out, "buttons", first);
+    out += '{';
+    bool first_command = true;
+    for (auto* button : view.Commands()) {
+      Key(out, button->Name(), first_command);
+      out += std::string("{\"visible\":") + Bool(button->Visible()) + "}";
+    }
+    out += '}';
+
+    Key(out, "bottom_pane", first);
+    out += std::string("{\"visible\":") + Bool(view.vselbottom().Visible()) + "}";
+
+    Key(out, "messages", first);
+    out += '[';
+    bool first_message = true;
+    for (const auto& m : env_.driver().Messages()) {
+      if (!first_message) out += ',';
+      first_message = false;
+      out += "{\"text\":" + JsonString(m.text) + ",\"flags\":" + std::to_string(m.flags) +
+             ",\"caption\":" + JsonString(m.caption) + "}";
+    }
+    out += "]}";
+    return out;
+  }
+
+  hl::Environment& env_;
+  std::vector<ScriptAction> actions_;
+  size_t next_ = 0;
+  std::ostream& out_;
+  std::string source_;
+};
+
+// "--list PARENTKEY,NAME,KEY,PIPED": the piped list is everything after the third comma.
+bool SplitList(const std::string& spec, std::string parts[4]) {
+  size_t at = 0;
+  for (int i = 0; i < 3; ++i) {
+    size_t comma = spec.find(',', at);
+    if (comma == std::string::npos) return false;
+    parts[i] = spec.substr(at, comma - at);
+    at = comma + 1;
+  }
+  parts[3] = spec.substr(at);
+  return true;
+}
+
+void RunEdit(const EditOptions& o, Context& context) {
+  auto usage = [&](const std::string& what) {
+    context.err << "kxexpr: edit: " << what << "\n";
+    context.exit_code = 2;
+  };
+  if (!o.headless) {
+    usage("the desktop window is not built yet; use --headless (with --script) for now");
+    return;
+  }
+  if (o.type >= 0 && o.key.empty()) return usage("TYPE needs a KEY after it");
+  if (o.type >= 0 && o.conversion.empty()) return usage("TYPE KEY need a CONVERSION");
+  std::vector<std::array<std::string, 4>> lists;
+  for (const auto& spec : o.lists) {
+    std::string parts[4];
+    if (!SplitList(spec, parts))
+      return usage("--list needs PARENTKEY,NAME,KEY,PIPED (three commas), got \"" + spec + "\"");
+    lists.push_back({parts[0], parts[1], parts[2], parts[3]});
+  }
+  FontDesc font;
+  if (!o.font.empty()) {
+    size_t colon = o.font.rfind(':');
+    font.Name = o.font.substr(0, colon);
+    if (colon != std::string::npos) {
+      try {
+        font.Size = std::stod(o.font.substr(colon + 1));
+      } catch (...) {
+        return usage("--font needs NAME or NAME:SIZE, got \"" + o.font + "\"");
+      }
+    }
+  }
+
+  std::vector<ScriptAction> actions;
+  std::string source = o.script == "-" ? "<stdin>" : o.script;
+  if (!o.script.empty()) {
+    try {
+      if (o.script == "-") {
+        actions = ParseScript(context.in, source);
+      } else {
+        std::ifstream file(o.script, std::ios::binary);
+        if (!file) return usage("cannot read the script " + o.script);
+        actions = ParseScript(file, source);
+      }
+    } catch (const Error& e) {
+      context.err << "kxexpr: edit: " << e.Description() << "\n";
+      context.exit_code = 3;
+      return;
+    }
+  }
+
+  std::shared_ptr<host::ConversionDocument> document;
+  Target target;
+  std::string expression = o.expression;
+  if (!o.conversion.empty()) {
+    document = host::ConversionDocument::Load(o.conversion);
+    if (o.type >= 0) {
+      FindExpression(o, *document, target);
+      if (!o.has_expression)
+        expression = target.list.Item(Variant(target.position))->ExpressionText;
+    }
+  }
+
+  hl::Environment env;
+  const std::string data = DataDir();
+  std::vector<fs::path> keyword_dirs;
+  if (!o.conversion.empty()) keyword_dirs.push_back(fs::absolute(o.conversion).parent_path());
+  keyword_dirs.push_back(data);
+  env.SetKeywordDirs(keyword_dirs);
+
+  ExprBldContext ctx;
+  ctx.services = env.Services();
+  ctx.registry = OpenRegistryInUse(data + "/kxexpr.reg");
+  ctx.new_checker = [] { return std::make_shared<host::BasicCompiler>(); };
+  ctx.current_dir = fs::current_path();
+  ctx.keyword_dirs = keyword_dirs;
+  ctx.library_base = ctx.registry->Folder();
+
+  auto builder = NewExpressionBuilder(ctx);
+  if (document) {
+    builder->SourceControl(document->Source());
+    builder->TargetControl(document->Target());
+  }
+  builder->Expression(expression);
+  builder->FormTitle(o.title);
+  builder->KeywordFile(o.keywords);
+  builder->TemplateFile(o.templates);
+  builder->HelpFile(o.help_file);
+  builder->HelpID(o.help_id);
+  if (!o.font.empty()) builder->Font(std::make_shared<FontDesc>(font));
+  builder->AllowValidation(o.allow_validation);
+  builder->AllowTemplates(o.allow_templates);
+  builder->ParameterButtonVisible(o.parameter_button);
+  for (const auto& l : lists) builder->KXExpressionBuilder_AddList(l[0], l[1], l[2], l[3]);
+  builder->KXExpressionBuilder_BuildTree();
+
+  bool accepted = false;
+  builder->OnExpressionWritten([&accepted] { accepted = true; });
+  Player player(env, std::move(actions), context.out, source);
+  env.driver().SetStandingHandler("frmExprBld",
+                                  [&player](hl::HeadlessWindow& w) { player.Play(w); });
+  try {
+    builder->Show(1);
+    player.CheckPlayedOut();
+  } catch (const ScriptFailure& f) {
+    context.err << "kxexpr: edit: " << f.what << "\n";
+    context.exit_code = 3;
+    return;
+  } catch (const ui::Unanswered& e) {
+    context.err << "kxexpr: edit: " << source << ": " << e.what() << "\n";
+    context.exit_code = 3;
+    return;
+  }
+
+  if (!accepted) {
+    context.exit_code = 1;
+    return;
+  }
+  if (o.type >= 0) {
+    auto record = target.list.Item(Variant(target.position));
+    record->ReplacedExpression = builder->Expression();
+    target.list.ReplaceExpressionInVBX(target.position);
+    if (o.type != kCodeModuleExpression) document->Save();
+    context.err << "Replaced " << Visible(record->Description) << '\n';
+  } else {
+    context.out << builder->Expression() << '\n';
+  }
+}
+
+CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
+  auto o = std::make_shared<EditOptions>();
+  auto* cmd = app.add_subcommand(
+      "edit",
+      "Open the expression builder's window on an expression. With CONVERSION the palette\n"
+      "lists its records and fields; with TYPE KEY (as 'kxexpr list' shows them) the window\n"
+      "edits that expression and OK writes it back and saves the document. Without TYPE KEY\n"
+      "OK prints the accepted expression. Exit status: 0 after OK, 1 after Cancel or closing\n"
+      "the window, 2 for a usage error, 3 when the script fails. docs/automation.md describes\n"
+      "the script language.");
+  cmd->add_option("CONVERSION", o->conversion, "A conversion document (JSON) for the palette");
+  cmd->add_option("TYPE", o->type, "Expression type, 0-10")->check(CLI::Range(0, 10));
+  cmd->add_option("KEY", o->key, "Expression key");
+  cmd->add_option_function<std::string>(
+      "--expression",
+      [o](const std::string& text) {
+        o->expression = text;
+        o->has_expression = true;
+      },
+      "The text to edit (instead of the document's)");
+  cmd->add_option("--title", o->title, "The window's caption (FormTitle)");
+  cmd->add_option("--keywords", o->keywords,
+                  "The editor's keyword file (default kxsyntax.ini, found next to the "
+                  "conversion, then in the data folder)");
+  cmd->add_option("--templates", o->templates, "The template file (TemplateFile)");
+  cmd->add_option("--help-file", o->help_file, "The help file the Help buttons open");
+  cmd->add_option("--help-id", o->help_id, "The help context of the window (HelpID)");
+  cmd->add_option("--font", o->font, "The font of every window, NAME or NAME:SIZE");
+  cmd->add_flag("--allow-validation", o->allow_validation, "Offer the Validate command");
+  cmd->add_flag("--allow-templates", o->allow_templates, "Offer the template command");
+  cmd->add_flag("--parameter-button", o->parameter_button,
+                "Show the button that inserts a <<parameter>>");
+  cmd->add_option("--list", o->lists,
+                  "A user list for the palette: PARENTKEY,NAME,KEY,PIPED (items joined by |); "
+                  "repeatable");
+  cmd->add_flag("--headless", o->headless, "Use the headless views (no display needed)");
+  cmd->add_option("--script", o->script,
+                  "Play user actions from FILE (- for standard input), one per line");
+  cmd->callback([o, &context] { RunEdit(*o, context); });
+});
+
+}  // namespace
+
+}  // namespace kx::cli
