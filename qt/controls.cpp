@@ -17,6 +17,11 @@
 #include "ui/grid.h"
 #include "ui/tree_view.h"
 
+// The pictures are compiled into this static library; Qt finds them once registered.
+static void RegisterIcons() {
+  Q_INIT_RESOURCE(icons);
+}
+
 namespace kx::qt {
 
 namespace {
@@ -204,6 +209,8 @@ void QtMenuItem::SetCaption(const std::string& caption) {
 }
 
 QIcon ToolbarIcon(const std::string& image) {
+  static const bool registered = (RegisterIcons(), true);
+  (void)registered;
   QString path = QStringLiteral(":/kx/icons/") + ToQt(image) + QStringLiteral(".png");
   return QFile::exists(path) ? QIcon(path) : QIcon();
 }
@@ -283,7 +290,9 @@ class QtWindow::Filter : public QObject {
 };
 
 QtWindow::QtWindow(std::string name, QWidget* window, QWidget* client)
-    : QtControl(std::move(name), window), client_(client), filter_(std::make_unique<Filter>(*this)) {
+    : QtControl(std::move(name), window),
+      client_(client),
+      filter_(std::make_unique<Filter>(*this)) {
   window->installEventFilter(filter_.get());
   if (client != window) client->installEventFilter(filter_.get());
 }
@@ -346,8 +355,8 @@ void QtWindow::Show(bool modal) {
   if (!centred_) {
     // Centred over the window the user is working in, else on the screen.
     QWidget* over = QApplication::activeWindow();
-    QRect area = over && over != widget_ ? over->frameGeometry()
-                                         : widget_->screen()->availableGeometry();
+    QRect area =
+        over && over != widget_ ? over->frameGeometry() : widget_->screen()->availableGeometry();
     QRect frame = widget_->frameGeometry();
     frame.moveCenter(area.center());
     widget_->move(frame.topLeft().x() < 0 ? 0 : frame.topLeft().x(),

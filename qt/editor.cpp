@@ -87,7 +87,7 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
 
 // The widget may outlive its adapter for a moment; its lexer must not read our keywords.
 QtEditor::~QtEditor() {
-  lexer_->SetKeywords(nullptr);
+  if (lexer_) lexer_->SetKeywords(nullptr);
 }
 
 long QtEditor::Length() const {
@@ -183,12 +183,13 @@ void QtEditor::Replace() {
   if (replace_dialog) replace_dialog(*this);
 }
 
-std::optional<std::pair<long, long>> QtEditor::Search(const std::string& what, long from,
-                                                      long to, bool match_case) const {
+std::optional<std::pair<long, long>> QtEditor::Search(const std::string& what, long from, long to,
+                                                      bool match_case) const {
   QByteArray sought = Utf8(what);
   if (sought.isEmpty()) return std::nullopt;
   QsciScintilla* sci = Widget();
-  sci->SendScintilla(QsciScintilla::SCI_SETSEARCHFLAGS, match_case ? QsciScintilla::SCFIND_MATCHCASE : 0);
+  sci->SendScintilla(QsciScintilla::SCI_SETSEARCHFLAGS,
+                     match_case ? QsciScintilla::SCFIND_MATCHCASE : 0);
   sci->SendScintilla(QsciScintilla::SCI_SETTARGETRANGE, from, to);
   long at = sci->SendScintilla(QsciScintilla::SCI_SEARCHINTARGET,
                                static_cast<unsigned long>(sought.size()), sought.constData());
@@ -231,9 +232,9 @@ int QtEditor::ReplaceAll(const std::string& what, const std::string& with, bool 
       began = true;
     }
     sci->SendScintilla(QsciScintilla::SCI_SETTARGETRANGE, match->first, match->second);
-    long put = sci->SendScintilla(QsciScintilla::SCI_REPLACETARGET,
-                                  static_cast<unsigned long>(replacement.size()),
-                                  replacement.constData());
+    long put =
+        sci->SendScintilla(QsciScintilla::SCI_REPLACETARGET,
+                           static_cast<unsigned long>(replacement.size()), replacement.constData());
     from = match->first + put;
     ++count;
   }

@@ -104,7 +104,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
                                               bool match_case) const;
 
   const std::vector<std::filesystem::path>* keyword_dirs_;
-  KeywordLexer* lexer_;
+  QPointer<KeywordLexer> lexer_;  // the widget's: it may go first
   std::string keyword_file_;
   std::filesystem::path keyword_path_;
   std::optional<ui::KeywordSet> keywords_;

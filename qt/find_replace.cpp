@@ -49,9 +49,8 @@ FindReplaceDialog::FindReplaceDialog(QtEditor& editor, bool replace, QWidget* pa
 
   auto what = [this] { return FromQt(find_->text()); };
   auto with = [this] { return with_ ? FromQt(with_->text()) : std::string(); };
-  connect(find_next_, &QPushButton::clicked, this, [=, this] {
-    Report(editor_.FindNext(what(), match_case_->isChecked()), -1);
-  });
+  connect(find_next_, &QPushButton::clicked, this,
+          [=, this] { Report(editor_.FindNext(what(), match_case_->isChecked()), -1); });
   if (replace) {
     connect(replace_, &QPushButton::clicked, this, [=, this] {
       editor_.ReplaceNext(what(), with(), match_case_->isChecked());

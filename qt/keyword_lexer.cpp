@@ -58,12 +58,18 @@ KeywordLexer::KeywordLexer(QObject* parent) : QsciLexerCustom(parent) {}
 
 QString KeywordLexer::description(int style) const {
   switch (style) {
-    case kDefault: return QStringLiteral("Default");
-    case kComment: return QStringLiteral("Comment");
-    case kString: return QStringLiteral("String");
-    case kNumber: return QStringLiteral("Number");
-    case kField: return QStringLiteral("Field reference");
-    default: break;
+    case kDefault:
+      return QStringLiteral("Default");
+    case kComment:
+      return QStringLiteral("Comment");
+    case kString:
+      return QStringLiteral("String");
+    case kNumber:
+      return QStringLiteral("Number");
+    case kField:
+      return QStringLiteral("Field reference");
+    default:
+      break;
   }
   if (style >= kFirstCategory && style < kFirstCategory + kCategoryStyles)
     return QStringLiteral("Category %1").arg(style - kFirstCategory + 1);
@@ -72,11 +78,16 @@ QString KeywordLexer::description(int style) const {
 
 QColor KeywordLexer::defaultColor(int style) const {
   switch (style) {
-    case kComment: return QColor(0x00, 0x80, 0x00);
-    case kString: return QColor(0xA0, 0x20, 0x20);
-    case kNumber: return QColor(0x09, 0x86, 0x58);
-    case kField: return QColor(0x80, 0x00, 0x80);
-    default: break;
+    case kComment:
+      return QColor(0x00, 0x80, 0x00);
+    case kString:
+      return QColor(0xA0, 0x20, 0x20);
+    case kNumber:
+      return QColor(0x09, 0x86, 0x58);
+    case kField:
+      return QColor(0x80, 0x00, 0x80);
+    default:
+      break;
   }
   if (style >= kFirstCategory && style < kFirstCategory + kCategoryStyles && keywords_) {
     size_t index = static_cast<size_t>(style - kFirstCategory);

@@ -29,11 +29,20 @@ int QtMessageBox::Show(const std::string& text, int flags, const std::string& ca
   box.setText(ToQt(text));
   box.setWindowTitle(caption.empty() ? QGuiApplication::applicationDisplayName() : ToQt(caption));
   switch (flags & kIconMask) {
-    case ui::kMbCritical: box.setIcon(QMessageBox::Critical); break;
-    case ui::kMbQuestion: box.setIcon(QMessageBox::Question); break;
-    case ui::kMbExclamation: box.setIcon(QMessageBox::Warning); break;
-    case ui::kMbInformation: box.setIcon(QMessageBox::Information); break;
-    default: break;
+    case ui::kMbCritical:
+      box.setIcon(QMessageBox::Critical);
+      break;
+    case ui::kMbQuestion:
+      box.setIcon(QMessageBox::Question);
+      break;
+    case ui::kMbExclamation:
+      box.setIcon(QMessageBox::Warning);
+      break;
+    case ui::kMbInformation:
+      box.setIcon(QMessageBox::Information);
+      break;
+    default:
+      break;
   }
   struct Choice {
     QMessageBox::StandardButton button;

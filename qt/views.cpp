@@ -25,10 +25,10 @@ constexpr std::string_view kWindowButtons[] = {"cmdok", "cmdcancel", "cmdhelp", 
 
 // The pad's order, two to a row: grouping, arithmetic, text, comparison, logic.
 constexpr std::string_view kPadOrder[] = {
-    "cmdLParen",    "cmdRParen",  "cmdPlus",     "cmdMinus",        "cmdStar",
-    "cmdSlash",     "cmdAmpersand", "cmdLike",   "cmdEqual",        "cmdNotEqual",
-    "cmdLess",      "cmdGreater", "cmdLessEqual", "cmdGreaterEqual", "cmdContains",
-    "cmdNotContain", "cmdAnd",    "cmdOr",       "cmdNot"};
+    "cmdLParen",     "cmdRParen",    "cmdPlus",      "cmdMinus",        "cmdStar",
+    "cmdSlash",      "cmdAmpersand", "cmdLike",      "cmdEqual",        "cmdNotEqual",
+    "cmdLess",       "cmdGreater",   "cmdLessEqual", "cmdGreaterEqual", "cmdContains",
+    "cmdNotContain", "cmdAnd",       "cmdOr",        "cmdNot"};
 constexpr int kPadColumns = 2;
 constexpr int kPadButtonHeight = 24;
 
@@ -229,9 +229,9 @@ std::vector<QtButton*> QtExprBldView::Commands() {
 }
 
 std::vector<ui::Control*> QtExprBldView::Controls() {
-  std::vector<ui::Control*> controls = {editor_.get(),     tree_.get(),       grid_.get(),
-                                        proto_[0].get(),   proto_[1].get(),   lblexprerr_.get(),
-                                        tbar_.get(),       vselbottom_.get(), vselbuttons_.get()};
+  std::vector<ui::Control*> controls = {editor_.get(),   tree_.get(),       grid_.get(),
+                                        proto_[0].get(), proto_[1].get(),   lblexprerr_.get(),
+                                        tbar_.get(),     vselbottom_.get(), vselbuttons_.get()};
   for (auto& button : commands_) controls.push_back(button.get());
   for (auto& menu : menus_) controls.push_back(menu.get());
   return controls;
@@ -288,8 +288,7 @@ QtFunctionView::QtFunctionView() : QtView(new FormDialog) {
   parameters->setReadOnly(true);
   txtParameters_ = std::make_unique<QtTextBox>("txtParameters", parameters);
 
-  auto button = [&](const char* name, const char* caption,
-                    void (ui::FunctionEvents::*handler)()) {
+  auto button = [&](const char* name, const char* caption, void (ui::FunctionEvents::*handler)()) {
     auto* widget = new QPushButton(QString::fromLatin1(caption), dialog);
     QObject::connect(widget, &QPushButton::clicked, guard_.get(), [this, handler] {
       if (events_) Fire([&] { (events_->*handler)(); });
