@@ -6,10 +6,12 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QScreen>
+#include <QTimer>
 #include <QWindowStateChangeEvent>
 
 #include <cmath>
 #include <exception>
+#include <utility>
 
 #include "qt/cp1252.h"
 #include "runtime/error.h"
@@ -28,6 +30,12 @@ namespace {
 
 constexpr double kTwipsPerInch = 1440.0;
 int event_depth = 0;
+std::exception_ptr escaped;
+
+std::function<void(QtWindow&)>& ModalHook() {
+  static std::function<void(QtWindow&)> hook;
+  return hook;
+}
 
 double DpiX(const QWidget* widget) {
   return widget ? widget->logicalDpiX() : 96.0;
@@ -59,12 +67,21 @@ void Fire(const std::function<void()>& handler) {
   ++event_depth;
   try {
     handler();
-  } catch (const std::exception& e) {
-    qWarning("kxexpr: an event handler failed: %s", e.what());
   } catch (...) {
-    qWarning("kxexpr: an event handler failed");
+    if (!escaped) escaped = std::current_exception();
+    try {
+      throw;
+    } catch (const std::exception& e) {
+      qWarning("kxexpr: an event handler failed: %s", e.what());
+    } catch (...) {
+      qWarning("kxexpr: an event handler failed");
+    }
   }
   --event_depth;
+}
+
+std::exception_ptr TakeEscaped() {
+  return std::exchange(escaped, nullptr);
 }
 
 bool InsideEvent() {
@@ -109,6 +126,8 @@ QtLabel::QtLabel(std::string name, QLabel* label) : QtControl(std::move(name), l
 void QtLabel::SetCaption(const std::string& caption) {
   caption_ = caption;
   Widget()->setText(ToQt(caption));
+  // A one-line label the presenter sized may cut its text; the tip shows all of it.
+  if (!Widget()->wordWrap()) Widget()->setToolTip(Widget()->text());
 }
 
 QtTextBox::QtTextBox(std::string name, QLineEdit* edit) : QtControl(std::move(name), edit) {}
@@ -370,10 +389,18 @@ void QtWindow::Show(bool modal) {
   std::shared_ptr<bool> alive = alive_;
   if (events_) Fire([&] { events_->Form_Activate(); });
   if (!*alive || !modal || !shown_) return;
+  if (ModalHook())
+    QTimer::singleShot(0, Guard(), [this] {
+      if (shown_ && ModalHook()) Fire([&] { ModalHook()(*this); });
+    });
   QEventLoop loop;
   loop_ = &loop;
   loop.exec(QEventLoop::DialogExec);
   if (*alive) loop_ = nullptr;
+}
+
+void QtWindow::SetModalHook(std::function<void(QtWindow&)> hook) {
+  ModalHook() = std::move(hook);
 }
 
 void QtWindow::Hide() {

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QToolBar>
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -36,6 +37,9 @@ QRect ToPixels(const ui::Rect& twips, const QWidget* widget);
 // handler runs, a view that its presenter destroys defers deleting its widgets.
 void Fire(const std::function<void()>& handler);
 bool InsideEvent();
+// The first exception that left a handler since the last call (null when none), for
+// scripts, which must fail where a dialog went unanswered.
+std::exception_ptr TakeEscaped();
 // Deletes a window: at once, or once control is back in the event loop.
 void DisposeWindow(QWidget* window);
 
@@ -271,6 +275,8 @@ class QtWindow : public QtControl<ui::Window> {
   bool Loaded() const { return loaded_; }
   // Whether a modal Show is waiting for this window.
   bool InModalLoop() const { return loop_ != nullptr; }
+  // Runs once the loop of every modal Show is up (a script plays the user through it).
+  static void SetModalHook(std::function<void(QtWindow&)> hook);
 
  private:
   class Filter;

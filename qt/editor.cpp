@@ -52,9 +52,12 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
   editor->setAutoIndent(true);
   editor->setTabWidth(4);
   editor->setWrapMode(QsciScintilla::WrapNone);
+  // The horizontal scroll bar appears once a line is wider than the view.
+  editor->SendScintilla(QsciScintilla::SCI_SETSCROLLWIDTH, 1);
+  editor->SendScintilla(QsciScintilla::SCI_SETSCROLLWIDTHTRACKING, 1);
 
   editor->setMarginType(kLineMargin, QsciScintilla::NumberMargin);
-  editor->setMarginWidth(kLineMargin, QStringLiteral("0000"));
+  editor->setMarginWidth(kLineMargin, QStringLiteral("000"));
   editor->setMarginLineNumbers(kLineMargin, true);
   editor->setMarginType(kBookmarkMargin, QsciScintilla::SymbolMargin);
   editor->setMarginWidth(kBookmarkMargin, 14);

@@ -89,6 +89,12 @@ class Environment {
   Environment();
   ui::Services Services();
   void SetKeywordDirs(std::vector<std::filesystem::path> dirs) { keyword_dirs_ = std::move(dirs); }
+  // What editors made from now on open for Find and Replace instead of their own dialogs.
+  void SetEditorDialogs(std::function<void(QtEditor&)> find,
+                        std::function<void(QtEditor&)> replace) {
+    context_.find_dialog = std::move(find);
+    context_.replace_dialog = std::move(replace);
+  }
   QtDialogFactory& dialogs() { return dialogs_; }
   QtMessageBox& message_box() { return message_box_; }
   QtHelpViewer& help() { return help_; }

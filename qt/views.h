@@ -5,6 +5,7 @@
 #include <QMainWindow>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ namespace kx::qt {
 struct ViewContext {
   // Folders a keyword file named without a folder is looked for in.
   const std::vector<std::filesystem::path>* keyword_dirs = nullptr;
+  // What the editor's find and replace commands open, when not its own dialogs.
+  std::function<void(QtEditor&)> find_dialog;
+  std::function<void(QtEditor&)> replace_dialog;
 };
 
 // What the views have in common: the top-level widget, deleted with the view.

@@ -33,7 +33,9 @@ void TypeIntoCell(QTableWidget* grid, int row, int column, const QString& text) 
   QRect cell = grid->visualItemRect(grid->item(row, column));
   QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, cell.center());
   QTest::keyClick(grid, Qt::Key_F2);
-  auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+  QLineEdit* editor = nullptr;  // closed editors are hidden until they are deleted
+  for (QLineEdit* open : grid->viewport()->findChildren<QLineEdit*>())
+    if (open->isVisible()) editor = open;
   ASSERT_NE(editor, nullptr);
   editor->selectAll();
   if (text.isEmpty())
@@ -41,6 +43,8 @@ void TypeIntoCell(QTableWidget* grid, int row, int column, const QString& text) 
   else
     QTest::keyClicks(editor, text);
   QTest::keyClick(editor, Qt::Key_Return);
+  QCoreApplication::processEvents();  // the delegate commits from the event loop
+  EXPECT_EQ(grid->item(row, column)->text(), text);
 }
 
 TEST(QtModal, BuilderShowReturnsOnOkCancelAndTheCloseBox) {
