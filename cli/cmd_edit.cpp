@@ -39,9 +39,10 @@ struct EditOptions {
   std::string screenshot;
 };
 
-// Ends the run with exit status 3: the script could not be played.
-struct ScriptFailure {
-  std::string what;
+// Ends the run with exit status 3: the script could not be played. It travels as an
+// unanswered dialog does, so that no routine that ignores or reports errors swallows it.
+struct ScriptFailure : ui::Unanswered {
+  explicit ScriptFailure(const std::string& what) : ui::Unanswered(what) {}
 };
 
 // The expression TYPE KEY names, found as `kxexpr set` finds it.
@@ -89,7 +90,7 @@ class Player {
         } catch (const ScriptFailure&) {
           throw;
         } catch (const std::logic_error& e) {  // unanswered dialogs, impossible gestures
-          throw ScriptFailure{At(action) + e.what()};
+          throw ScriptFailure(At(action) + e.what());
         }
       }
       Picture();
@@ -104,11 +105,11 @@ class Player {
   // closed (they can no longer act on it), or answers never asked for.
   std::optional<ScriptFailure> Failure() const {
     if (failure_) return failure_;
-    if (!picture_error_.empty()) return ScriptFailure{picture_error_};
+    if (!picture_error_.empty()) return ScriptFailure(picture_error_);
     if (next_ < actions_.size())
-      return ScriptFailure{At(actions_[next_]) + "the window is closed; nothing is left to act on"};
+      return ScriptFailure(At(actions_[next_]) + "the window is closed; nothing is left to act on");
     auto unused = session_.Unused();
-    if (!unused.empty()) return ScriptFailure{source_ + ": answers never asked for: " + unused[0]};
+    if (!unused.empty()) return ScriptFailure(source_ + ": answers never asked for: " + unused[0]);
     return std::nullopt;
   }
 
@@ -124,7 +125,7 @@ class Player {
   }
 
   void Require(bool done, const ScriptAction& action, const std::string& what) {
-    if (!done) throw ScriptFailure{At(action) + what};
+    if (!done) throw ScriptFailure(At(action) + what);
   }
 
   void Perform(const ScriptAction& a, ui::ExprBldGestures& view) {
@@ -319,15 +320,15 @@ class Player {
 };
 
 // "--list PARENTKEY,NAME,KEY,PIPED": the piped list is everything after the third comma.
-bool SplitList(const std::string& spec, std::string parts[4]) {
+bool SplitList(const std::string& list_arg, std::string parts[4]) {
   size_t at = 0;
   for (int i = 0; i < 3; ++i) {
-    size_t comma = spec.find(',', at);
+    size_t comma = list_arg.find(',', at);
     if (comma == std::string::npos) return false;
-    parts[i] = spec.substr(at, comma - at);
+    parts[i] = list_arg.substr(at, comma - at);
     at = comma + 1;
   }
-  parts[3] = spec.substr(at);
+  parts[3] = list_arg.substr(at);
   return true;
 }
 
@@ -339,10 +340,11 @@ void RunEdit(const EditOptions& o, Context& context) {
   if (o.type >= 0 && o.key.empty()) return usage("TYPE needs a KEY after it");
   if (o.type >= 0 && o.conversion.empty()) return usage("TYPE KEY need a CONVERSION");
   std::vector<std::array<std::string, 4>> lists;
-  for (const auto& spec : o.lists) {
+  for (const auto& list_arg : o.lists) {
     std::string parts[4];
-    if (!SplitList(spec, parts))
-      return usage("--list needs PARENTKEY,NAME,KEY,PIPED (three commas), got \"" + spec + "\"");
+    if (!SplitList(list_arg, parts))
+      return usage("--list needs PARENTKEY,NAME,KEY,PIPED (three commas), got \"" + list_arg +
+                   "\"");
     lists.push_back({parts[0], parts[1], parts[2], parts[3]});
   }
   FontDesc font;
@@ -444,10 +446,10 @@ void RunEdit(const EditOptions& o, Context& context) {
     if (std::exception_ptr escaped = session->TakeFailure()) std::rethrow_exception(escaped);
     failure = player.Failure();
   } catch (const ui::Unanswered& e) {
-    failure = ScriptFailure{source + ": " + e.what()};
+    failure = ScriptFailure(source + ": " + e.what());
   }
   if (failure) {
-    context.err << "kxexpr: edit: " << failure->what << "\n";
+    context.err << "kxexpr: edit: " << failure->what() << "\n";
     context.exit_code = 3;
     return;
   }
@@ -502,7 +504,8 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
                 "Show the button that inserts a <<parameter>>");
   cmd->add_option("--list", o->lists,
                   "A user list for the palette: PARENTKEY,NAME,KEY,PIPED (items joined by |); "
-                  "repeatable");
+                  "repeatable")
+      ->allow_extra_args(false);
   cmd->add_flag("--headless", o->headless,
                 "Use the headless views (no display needed; the user must be a script)");
   cmd->add_option("--script", o->script,

@@ -7,7 +7,7 @@
 
 #include "command.h"
 #include "component/registry.h"
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "runtime/error.h"
 #include "typelib/format.h"
 #include "typelib/typelib.h"

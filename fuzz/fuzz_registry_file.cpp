@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "component/registry.h"
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "runtime/error.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "runtime/error.h"
 #include "typelib/format.h"
 #include "typelib/typelib.h"

@@ -2,7 +2,7 @@
 # Installs the Debian packages kxexpr needs. Quick when everything is present.
 #   scripts/deps.sh          build + tests + main job (default)
 #   scripts/deps.sh run      only what building and running the main job needs
-#   scripts/deps.sh full     also Wine and mingw (type-library oracle, DLL rebuild)
+#   scripts/deps.sh full     also Wine and mingw (type-library oracle, DLL rebuild, COM server)
 set -euo pipefail
 profile=${1:-test}
 
@@ -10,7 +10,8 @@ run_pkgs=(cmake ninja-build g++ make pkg-config nlohmann-json3-dev libcli11-dev
           qt6-base-dev libqscintilla2-qt6-dev fonts-dejavu-core)
 test_pkgs=(googletest libgtest-dev libgmock-dev libbenchmark-dev clang clang-format
            libclang-rt-14-dev jq xvfb xauth)
-full_pkgs=(wine wine64 wine64-tools g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64)
+full_pkgs=(wine wine64 wine64-tools g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64
+           g++-mingw-w64-i686 binutils-mingw-w64-i686)
 
 case "$profile" in
   run) want=("${run_pkgs[@]}") ;;

@@ -551,6 +551,7 @@ std::shared_ptr<Registry> OpenRegistryFile(const fs::path& path) {
 
 std::shared_ptr<Registry> OpenRegistryInUse(const fs::path& fallback) {
   if (const char* r = std::getenv("KXEXPR_REGISTRY"); r && *r) return FileRegistry::Load(r);
+  if (std::shared_ptr<Registry> system = OpenSystemRegistry()) return system;
   std::vector<fs::path> candidates;
   if (const char* p = std::getenv("WINEPREFIX"); p && *p)
     candidates.push_back(fs::path(p) / "system.reg");

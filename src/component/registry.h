@@ -102,9 +102,12 @@ class FileRegistry : public Registry {
   std::filesystem::path folder_;
 };
 
-// The registry in use: $KXEXPR_REGISTRY, else $WINEPREFIX/system.reg, else
-// ~/.wine/system.reg, else `fallback` when given and present, else an empty registry.
+// The registry in use: $KXEXPR_REGISTRY, else the system's own registry (Windows), else
+// $WINEPREFIX/system.reg, else ~/.wine/system.reg, else `fallback` when given and present,
+// else an empty registry.
 std::shared_ptr<Registry> OpenRegistryInUse(const std::filesystem::path& fallback = {});
+// The system's own registry: the Win32 registry on Windows, null elsewhere.
+std::shared_ptr<Registry> OpenSystemRegistry();
 std::shared_ptr<Registry> OpenRegistryFile(const std::filesystem::path& path);
 
 // ExpandEnvironmentStringsA: %NAME% from the process environment, unknown names kept as

@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 #include "editor/frm_expr_bld.h"
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "inventory/variant.h"
 #include "runtime/error.h"
 #include "runtime/narrow.h"
@@ -121,8 +121,11 @@ void frmExprBld::BuildTreeView(const std::function<void()>& add_user_nodes) {
     if (add_user_nodes) add_user_nodes();
     tree.AddNode({"FNC", "Flow Control and Functions", "FNC", "", true});
     host_library_.reset();
+    // No registered host library is no error: the tree just has no function categories.
     host_library_ = std::make_shared<const typelib::Library>(
-        OpenRegisteredLibrary(builder.KXTypeLibPath(), context_.library_base));
+        builder.KXTypeLibPath().empty()
+            ? typelib::Library{}
+            : OpenRegisteredLibrary(builder.KXTypeLibPath(), context_.library_base));
     for (const TreeNodeData& n : FunctionTreeNodes(*host_library_))
       tree.AddNode({n.key, n.text, n.tag, n.parent, false});
     tree.AddNode({"OTL", "Type Libraries", "OTL", "", true});

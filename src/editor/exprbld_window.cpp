@@ -5,6 +5,7 @@
 
 #include "editor/frm_expr_bld.h"
 #include "functions/snippets.h"
+#include "inventory/variant.h"
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
@@ -601,15 +602,10 @@ void frmExprBld::HandleViewProperties() {
     auto yes_no = [](bool v) { return std::string(v ? "Yes" : "No"); };
     auto or_none = [](const std::string& v) { return v.empty() ? std::string("(none)") : v; };
     std::shared_ptr<FontDesc> font = b.Font();
-    std::string size = font ? std::to_string(font->Size) : "";
-    if (size.find('.') != std::string::npos) {
-      size.erase(size.find_last_not_of('0') + 1);
-      if (size.back() == '.') size.pop_back();
-    }
     const std::vector<std::string> lines = {
         "Title: " + or_none(b.FormTitle()),
         "Product: " + or_none(b.ProductName()),
-        "Font: " + (font ? font->Name + " " + size : std::string("(none)")),
+        "Font: " + (font ? font->Name + " " + Variant(font->Size).ToText() : "(none)"),
         "Keyword file: " + or_none(Editor().KeywordFile()),
         "Template file: " + or_none(b.TemplateFile()),
         "Template name: " + or_none(b.TemplateName()),

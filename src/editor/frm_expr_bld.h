@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "component/builder_window.h"
-#include "component/expression_checker.h"
+#include "inventory/expression_checker.h"
 #include "component/kx_expression_builder.h"
 #include "component/registry.h"
 #include "component/usertree.h"

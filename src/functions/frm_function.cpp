@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "functions/compose.h"
 #include "runtime/error.h"
 #include "runtime/text.h"

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "component/expression_checker.h"
+#include "inventory/expression_checker.h"
 #include "host/checker_parser.h"
 
 namespace kx::host {

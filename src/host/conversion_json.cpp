@@ -450,7 +450,7 @@ std::string ReadDocument(const std::filesystem::path& path) {
   std::error_code ec;
   const auto size = std::filesystem::file_size(path, ec);
   if (!ec && size > 0) {
-    if (std::FILE* f = std::fopen(path.c_str(), "rb")) {
+    if (std::FILE* f = OpenFile(path, "rb")) {
       std::string text(size, '\0');
       const bool whole = std::fread(text.data(), 1, size, f) == size && std::fgetc(f) == EOF;
       std::fclose(f);

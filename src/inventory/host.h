@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "component/expression_checker.h"
+#include "inventory/expression_checker.h"
 #include "inventory/dispatch.h"
 
 namespace kx {

@@ -10,8 +10,11 @@ namespace {
 size_t HashKey(std::string_view key) {
   return std::hash<std::string_view>{}(key);
 }
+// The hash bits the slot does not use, kept in the entry's upper half to skip most key
+// comparisons. A 32-bit hash has no spare bits: all of it is the tag.
 uint64_t Tag(size_t hash) {
-  return static_cast<uint64_t>(hash >> 32) << 32;
+  if constexpr (sizeof(size_t) > 4) return (static_cast<uint64_t>(hash) >> 32) << 32;
+  return static_cast<uint64_t>(hash) << 32;
 }
 }  // namespace
 

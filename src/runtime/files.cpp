@@ -1,6 +1,10 @@
 #include "runtime/files.h"
 
+#ifdef _WIN32
+#include <io.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <cerrno>
 #include <cstdio>
@@ -15,6 +19,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
+bool SyncToDisk(std::FILE* f) {
+#ifdef _WIN32
+  return ::_commit(::_fileno(f)) == 0;
+#else
+  return ::fsync(fileno(f)) == 0;
+#endif
+}
+
 [[noreturn]] void RaiseIo(const fs::path& path, int err) {
   if (err == ENOENT) throw Error(kErrFileNotFound, "File not found: " + path.string());
   if (err == EACCES || err == EPERM)
@@ -26,7 +38,7 @@ namespace {
 // Writes and closes `f`; raises after closing when either fails.
 void WriteAndClose(std::FILE* f, const fs::path& path, std::string_view bytes, bool sync) {
   bool ok = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-  ok = ok && std::fflush(f) == 0 && (!sync || ::fsync(fileno(f)) == 0);
+  ok = ok && std::fflush(f) == 0 && (!sync || SyncToDisk(f));
   int err = errno;
   if (std::fclose(f) != 0 && ok) {
     ok = false;
@@ -41,7 +53,7 @@ std::string ReadWholeFile(const fs::path& path) {
   std::error_code ec;
   if (fs::is_directory(path, ec))
     throw Error(kErrPathFileAccess, "Path/File access error: " + path.string() + " is a folder");
-  std::FILE* f = std::fopen(path.c_str(), "rb");
+  std::FILE* f = OpenFile(path, "rb");
   if (!f) RaiseIo(path, errno);
   std::string out;
   char buf[1 << 16];
@@ -54,7 +66,7 @@ std::string ReadWholeFile(const fs::path& path) {
 }
 
 void WriteWholeFile(const fs::path& path, std::string_view bytes) {
-  std::FILE* f = std::fopen(path.c_str(), "wb");
+  std::FILE* f = OpenFile(path, "wb");
   if (!f) RaiseIo(path, errno);
   WriteAndClose(f, path, bytes, false);
 }
@@ -63,8 +75,13 @@ void WriteFileAtomic(const fs::path& path, std::string_view bytes) {
   fs::path dir = path.parent_path();
   if (dir.empty()) dir = ".";
   std::random_device rd;
-  fs::path tmp = dir / ("." + path.filename().string() + ".tmp" + std::to_string(rd() % 1000000));
-  std::FILE* f = std::fopen(tmp.c_str(), "wb");
+  // Built by appending: GCC 12 misreads "." + name as an overlapping copy (-Wrestrict).
+  std::string name = ".";
+  name += path.filename().string();
+  name += ".tmp";
+  name += std::to_string(rd() % 1000000);
+  fs::path tmp = dir / name;
+  std::FILE* f = OpenFile(tmp, "wb");
   if (!f) RaiseIo(tmp, errno);
   try {
     WriteAndClose(f, tmp, bytes, true);
@@ -72,7 +89,9 @@ void WriteFileAtomic(const fs::path& path, std::string_view bytes) {
     std::error_code ec;
     auto perms = fs::status(path, ec).permissions();
     if (!ec) fs::permissions(tmp, perms, ec);
-    if (std::rename(tmp.c_str(), path.c_str()) != 0) RaiseIo(path, errno);
+    std::error_code rename_error;
+    fs::rename(tmp, path, rename_error);
+    if (rename_error) RaiseIo(path, rename_error.default_error_condition().value());
   } catch (...) {
     std::error_code ec;
     fs::remove(tmp, ec);
@@ -83,6 +102,36 @@ void WriteFileAtomic(const fs::path& path, std::string_view bytes) {
 bool FileExists(const fs::path& path) {
   std::error_code ec;
   return fs::is_regular_file(path, ec);
+}
+
+std::FILE* OpenFile(const fs::path& path, const char* mode) {
+#ifdef _WIN32
+  std::wstring wide_mode(mode, mode + std::strlen(mode));
+  return ::_wfopen(path.c_str(), wide_mode.c_str());
+#else
+  return std::fopen(path.c_str(), mode);
+#endif
+}
+
+bool MatchesWildcard(std::string_view pattern, std::string_view name) {
+  // Greedy match with one backtrack point: the last "*" seen.
+  size_t p = 0, n = 0, star = std::string_view::npos, resume = 0;
+  while (n < name.size()) {
+    if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == name[n])) {
+      ++p;
+      ++n;
+    } else if (p < pattern.size() && pattern[p] == '*') {
+      star = p++;
+      resume = n;
+    } else if (star != std::string_view::npos) {
+      p = star + 1;
+      n = ++resume;
+    } else {
+      return false;
+    }
+  }
+  while (p < pattern.size() && pattern[p] == '*') ++p;
+  return p == pattern.size();
 }
 
 }  // namespace kx

@@ -1,6 +1,7 @@
 #pragma once
 // Whole-file reading and writing, byte for byte.
 
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -18,5 +19,13 @@ void WriteWholeFile(const std::filesystem::path& path, std::string_view bytes);
 void WriteFileAtomic(const std::filesystem::path& path, std::string_view bytes);
 
 bool FileExists(const std::filesystem::path& path);
+
+// fopen with the path in the platform's own form (wide characters on Windows). Null and errno
+// set on failure.
+std::FILE* OpenFile(const std::filesystem::path& path, const char* mode);
+
+// A directory lookup's pattern match: "*" stands for any run of characters, "?" for one;
+// everything else, brackets included, stands for itself.
+bool MatchesWildcard(std::string_view pattern, std::string_view name);
 
 }  // namespace kx

@@ -1,6 +1,3 @@
-#include <fnmatch.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -48,7 +45,7 @@ bool DirectoryLookupFinds(const std::string& path) {
   std::error_code ec;
   fs::path dir = p.parent_path().empty() ? fs::path(".") : p.parent_path();
   for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
-    if (fnmatch(pattern.c_str(), it->path().filename().c_str(), 0) == 0 && it->is_regular_file(ec))
+    if (MatchesWildcard(pattern, it->path().filename().string()) && it->is_regular_file(ec))
       return true;
   }
   return false;
@@ -57,13 +54,16 @@ bool DirectoryLookupFinds(const std::string& path) {
 // The whole file in one allocation; anything unusual goes the general way, which also
 // raises the platform's error for a file that cannot be opened.
 std::string ReadTemplateFile(const std::string& path) {
-  std::FILE* f = std::fopen(path.c_str(), "rb");
+  std::error_code ec;
+  const auto size = std::filesystem::is_regular_file(path, ec)
+                        ? std::filesystem::file_size(path, ec)
+                        : std::uintmax_t{0};
+  std::FILE* f = ec ? nullptr : OpenFile(path, "rb");
   if (!f) return ReadWholeFile(path);
-  struct stat st {};
   std::string bytes;
-  bool whole = ::fstat(::fileno(f), &st) == 0 && S_ISREG(st.st_mode);
+  bool whole = size > 0;
   if (whole) {
-    bytes.resize(static_cast<size_t>(st.st_size));
+    bytes.resize(static_cast<size_t>(size));
     whole = std::fread(bytes.data(), 1, bytes.size(), f) == bytes.size() && std::fgetc(f) == EOF &&
             !std::ferror(f);
   }

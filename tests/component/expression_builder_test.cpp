@@ -22,11 +22,7 @@ TEST(ExpressionBuilder, CreationDefaultsAndHostLibraryPath) {
   EXPECT_EQ(b.KXTypeLibPath(), "c:\\program files\\kx\\kx750ui.dll");
   EXPECT_FALSE(b.AllowTemplates() || b.AllowValidation() || b.ParameterButtonVisible());
   EXPECT_EQ(*b.Font(), (FontDesc{"MS Sans Serif", 8}));
-  EXPECT_EQ(b.Expression() + b.FormTitle() + b.HelpFile() + b.KeywordFile() + b.TemplateFile() +
-                b.TemplateName() + b.ProductName(),
-            "");
-  EXPECT_EQ(b.HelpID(), 0);
-  EXPECT_EQ(b.SourceControl(), nullptr);
+  EXPECT_EQ(b.Expression() + b.FormTitle() + b.KeywordFile() + std::to_string(b.HelpID()), "0");
   // The window is loaded (its design is in the view) but not shown.
   View& v = rig.view();
   EXPECT_TRUE(v.Frame().Loaded() && !v.Frame().IsShown());

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "component/registry.h"
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "ui/message_box.h"

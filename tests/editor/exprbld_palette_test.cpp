@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "editor/frm_expr_bld.h"
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "inventory/faulty_host.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
@@ -201,6 +201,15 @@ TEST(TokenTree, AFailureKeepsTheNodesAddedBeforeIt) {
   EXPECT_EQ(q.Tree(), "/colours=Colours#user; /FNC=Flow Control and Functions#FNC+");
   EXPECT_TRUE(q.Messages().ends_with("(53)\n")) << q.Messages();
   EXPECT_EQ(q.window->HostLibrary(), nullptr);
+
+  // No host library registered at all is no failure: the tree has no categories.
+  Palette r("{}", false);
+  r.builder.type_lib_path = "";
+  r.BuildTree();
+  EXPECT_EQ(r.Tree(),
+            "/colours=Colours#user; /FNC=Flow Control and Functions#FNC+; FNC/FC=Flow Control; "
+            "FNC/All=<All Functions>; FNC/FileFunctions=File; /OTL=Type Libraries#OTL+");
+  EXPECT_EQ(r.Messages(), "");
 }
 
 TEST(TokenGrid, EachNodeFillsTheGridWithItsTokens) {

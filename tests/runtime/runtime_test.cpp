@@ -160,5 +160,29 @@ TEST(Files, ByteExactAndAtomic) {
   fs::remove_all(dir);
 }
 
+// The directory lookup's match: "*" and "?" only, brackets literal, backtracking over "*".
+TEST(Files, WildcardsMatchAsADirectoryLookupDoes) {
+  struct Case {
+    const char* pattern;
+    const char* name;
+    bool matches;
+  } cases[] = {
+      {"*.tpl", "a.tpl", true},
+      {"*.tpl", "a.tpl.bak", false},
+      {"*.tpl", ".tpl", true},
+      {"a?c", "abc", true},
+      {"a?c", "ac", false},
+      {"*b*b", "abxbb", true},
+      {"*ab", "aab", true},
+      {"a*", "", false},
+      {"*", "", true},
+      {"[ab].tpl", "a.tpl", false},
+      {"[ab].tpl", "[ab].tpl", true},
+      {"A.TPL", "a.tpl", false},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(MatchesWildcard(c.pattern, c.name), c.matches) << c.pattern << " " << c.name;
+}
+
 }  // namespace
 }  // namespace kx

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "runtime/error.h"
 #include "ui/keyword_file.h"
 

@@ -1,4 +1,4 @@
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 
 #include <cstdio>
 

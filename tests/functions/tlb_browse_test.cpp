@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "editor/tlb_browse.h"
+#include "functions/tlb_browse.h"
 #include "error_of.h"
 #include "runtime/files.h"
 #include "runtime/text.h"

@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+#include <cstdlib>
+#include <filesystem>
+
+#include "host/conversion_document.h"
+#include "run_cli.h"
+
+namespace kx::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kSample = std::string(KX_SOURCE_DIR) + "/data/sample-conversion.json";
+
+// Runs `kxexpr edit --headless` with `script` on standard input.
+Result Edit(std::vector<std::string> args, const std::string& script) {
+  ::setenv("KXEXPR_REGISTRY", (std::string(KX_SOURCE_DIR) + "/data/kxexpr.reg").c_str(), 1);
+  std::vector<std::string> all = {"edit", "--headless", "--script", "-"};
+  all.insert(all.end(), args.begin(), args.end());
+  return RunCli(all, script);
+}
+
+TEST(EditCli, ScriptsPlayTheUserAndTheExitStatusTellsTheOutcome) {
+  struct Case {
+    const char* name;
+    std::vector<std::string> args;
+    const char* script;
+    int code;
+    const char* out;  // standard output, or the start of standard error when code is 3
+  } cases[] = {
+      {"OK prints the text",
+       {"--expression", "A"},
+       "press cmdAnd\ntype B\npress cmdok\n",
+       0,
+       "A And B\n"},
+      {"Cancel prints nothing", {"--expression", "A"}, "type B\npress cmdcancel\n", 1, ""},
+      {"a script that ends closes the window", {"--expression", "A"}, "type B\n", 1, ""},
+      {"a flow-control token",
+       {kSample},
+       "click-node FC\ndblclick 1\npress cmdok\n",
+       0,
+       "GoTo label \n"},
+      {"a source field of a layout",
+       {kSample},
+       "click-node rs1\ndblclick 1\npress cmdok\n",
+       0,
+       "Records(\"Customer\").Fields(\"CustomerNo\") \n"},
+      {"a user list",
+       {"--list", "root,Colours,colours,red|green", kSample},
+       "click-node colours\ndblclick 1\npress cmdok\n",
+       0,
+       " green \n"},
+      {"the function dialog answered",
+       {kSample},
+       "click-node All\nanswer function ok x|2\nbuild 0\npress cmdok\n",
+       0,
+       nullptr},
+      {"the function dialog unanswered",
+       {kSample},
+       "click-node All\nbuild 0\n",
+       3,
+       "kxexpr: edit: <stdin>:2: "},
+      {"a message box with a question",
+       {"--expression", "A"},
+       "menu mnuFileOpen\n",
+       3,
+       "kxexpr: edit: <stdin>:1: "},
+      {"an answer never asked for",
+       {"--expression", "A"},
+       "answer input x\npress cmdok\n",
+       3,
+       "kxexpr: edit: <stdin>: answers never asked for"},
+      {"a line after the window closed",
+       {},
+       "press cmdok\ndump\n",
+       3,
+       "kxexpr: edit: <stdin>:2: the window is closed"},
+      {"a node that is not there", {}, "click-node nowhere\n", 3, "kxexpr: edit: <stdin>:1: "},
+      {"a bad script line", {}, "row\n", 3, "kxexpr: edit: <stdin>:1: row needs"},
+  };
+  for (const auto& c : cases) {
+    Result r = Edit(c.args, c.script);
+    EXPECT_EQ(r.code, c.code) << c.name << "\n" << r.err;
+    if (c.code == 3) {
+      EXPECT_EQ(r.err.rfind(c.out, 0), 0u) << c.name << "\n" << r.err;
+    } else if (c.out) {
+      EXPECT_EQ(r.out, c.out) << c.name;
+    }
+  }
+}
+
+TEST(EditCli, TheFunctionDialogsValuesMakeTheCall) {
+  Result r = Edit({kSample}, "click-node Text\ndump\n");
+  ASSERT_EQ(r.code, 1) << r.err;
+  // The first function of the Text category and its first argument, as the grid shows it.
+  Result call =
+      Edit({kSample}, "click-node Text\nanswer function ok \"abc\"|2\nbuild 0\npress cmdok\n");
+  ASSERT_EQ(call.code, 0) << call.err;
+  EXPECT_NE(call.out.find("(\"abc\", 2)"), std::string::npos) << call.out;
+}
+
+TEST(EditCli, OptionsReachTheWindowAndDumpShowsIt) {
+  Result r =
+      Edit({"--expression", "x", "--title", "Mine", "--allow-templates", "--parameter-button"},
+           "dump\n");
+  ASSERT_EQ(r.code, 1) << r.err;
+  for (const char* part :
+       {"\"caption\":\"Mine\"", "\"mnuToolsTemplate\":{\"visible\":true",
+        "\"mnuToolsValidate\":{\"visible\":false", "\"cmdParam\":{\"visible\":true",
+        "\"Template\":{\"enabled\":true", "\"text\":\"x\""})
+    EXPECT_NE(r.out.find(part), std::string::npos) << part;
+  Result usage = Edit({"--list", "no-commas"}, "");
+  EXPECT_EQ(usage.code, 2);
+  Result desktop = RunCli({"edit", "--expression", "x"});
+  EXPECT_EQ(desktop.code, 2);
+  EXPECT_NE(desktop.err.find("--headless"), std::string::npos);
+}
+
+TEST(EditCli, OkWritesTheExpressionBackIntoTheConversion) {
+  fs::path dir = fs::temp_directory_path() / ("kx_edit_cli_" + std::to_string(::getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  fs::copy(kSample, dir / "c.json");
+  const std::string path = (dir / "c.json").string();
+  const std::string key =
+      "ce0\xE2\x90\x9B"
+      "a1\xE2\x90\x9B"
+      "p1";
+
+  Result cancel = Edit({path, "0", key}, "type 1\npress cmdcancel\n");
+  EXPECT_EQ(cancel.code, 1);
+  Result ok = Edit({path, "0", key}, "dump\ntype 1\npress cmdok\n");
+  ASSERT_EQ(ok.code, 0) << ok.err;
+  EXPECT_NE(ok.out.find("\"text\":\"0\""), std::string::npos);  // the document's text to start
+  auto doc = host::ConversionDocument::Load(path);
+  EXPECT_EQ(doc->Model().target->conversion_events[0].actions[1].parameters[1], "01");
+
+  Result missing = Edit({path, "0", "nokey"}, "press cmdok\n");
+  EXPECT_NE(missing.code, 0);
+  EXPECT_NE(missing.err.find("nokey"), std::string::npos);
+  fs::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace kx::cli
