@@ -3,17 +3,19 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <ostream>
 #include <sstream>
 
 #include "command.h"
 #include "edit_script.h"
+#include "edit_session.h"
 #include "editor/new_builder.h"
 #include "host/checker_object.h"
 #include "host/conversion_document.h"
 #include "inventory_view.h"
 #include "runtime/error.h"
-#include "ui/headless/headless.h"
+#include "ui/gestures.h"
 #include "ui/unanswered.h"
 
 namespace kx::cli {
@@ -21,7 +23,6 @@ namespace kx::cli {
 namespace {
 
 namespace fs = std::filesystem;
-namespace hl = ui::headless;
 
 struct EditOptions {
   std::string conversion;
@@ -35,6 +36,7 @@ struct EditOptions {
   std::vector<std::string> lists;
   bool headless = false;
   std::string script;
+  std::string screenshot;
 };
 
 // Ends the run with exit status 3: the script could not be played. It travels as an
@@ -68,35 +70,47 @@ void FindExpression(const EditOptions& o, host::ConversionDocument& document, Ta
 // answers of the dialogs they open.
 class Player {
  public:
-  Player(hl::Environment& env, std::vector<ScriptAction> actions, std::ostream& out,
+  Player(EditSession& session, std::vector<ScriptAction> actions, std::ostream& out,
          std::string source)
-      : env_(env), actions_(std::move(actions)), out_(out), source_(std::move(source)) {}
+      : session_(session), actions_(std::move(actions)), out_(out), source_(std::move(source)) {}
 
-  // Runs while the window is shown modally; returns once it is closed.
-  void Play(hl::HeadlessWindow& window) {
-    auto& view = dynamic_cast<hl::HeadlessExprBldView&>(window.View());
-    while (next_ < actions_.size() && window.IsShown()) {
-      const ScriptAction& action = actions_[next_++];
-      try {
-        Perform(action, view);
-      } catch (const ScriptFailure&) {
-        throw;
-      } catch (const ui::Unanswered& e) {
-        throw ScriptFailure(At(action) + e.what());
-      } catch (const hl::GestureError& e) {
-        throw ScriptFailure(At(action) + e.what());
+  // With a path, a picture of the window is taken before each action and at the end, while
+  // the window is up: the last one shows the window as the script left it.
+  void TakePictures(std::string path) { picture_ = std::move(path); }
+
+  // Runs while the window is shown modally; returns once it is closed. A failing line ends
+  // the run there (the window is closed) and is kept for Failure().
+  void Play(ui::ExprBldGestures& window) {
+    try {
+      while (next_ < actions_.size() && window.IsShown()) {
+        const ScriptAction& action = actions_[next_++];
+        Picture();
+        try {
+          Perform(action, window);
+        } catch (const ScriptFailure&) {
+          throw;
+        } catch (const std::logic_error& e) {  // unanswered dialogs, impossible gestures
+          throw ScriptFailure(At(action) + e.what());
+        }
       }
+      Picture();
+    } catch (const ScriptFailure& f) {
+      if (!failure_) failure_ = f;
     }
     // A script that ends with the window open closes it as the close box does.
     if (window.IsShown()) window.CloseBox();
   }
 
-  // Lines left once the window has closed: they can no longer act on it.
-  void CheckPlayedOut() const {
+  // The failure of the run, if any: a failing line, or lines left once the window has
+  // closed (they can no longer act on it), or answers never asked for.
+  std::optional<ScriptFailure> Failure() const {
+    if (failure_) return failure_;
+    if (!picture_error_.empty()) return ScriptFailure(picture_error_);
     if (next_ < actions_.size())
-      throw ScriptFailure(At(actions_[next_]) + "the window is closed; nothing is left to act on");
-    auto unused = env_.driver().Unused();
-    if (!unused.empty()) throw ScriptFailure(source_ + ": answers never asked for: " + unused[0]);
+      return ScriptFailure(At(actions_[next_]) + "the window is closed; nothing is left to act on");
+    auto unused = session_.Unused();
+    if (!unused.empty()) return ScriptFailure(source_ + ": answers never asked for: " + unused[0]);
+    return std::nullopt;
   }
 
  private:
@@ -104,11 +118,17 @@ class Player {
     return source_ + ":" + std::to_string(action.line) + ": ";
   }
 
+  void Picture() {
+    if (picture_.empty() || !picture_error_.empty()) return;
+    std::string error;
+    if (!session_.Screenshot(picture_, error)) picture_error_ = "--screenshot: " + error;
+  }
+
   void Require(bool done, const ScriptAction& action, const std::string& what) {
     if (!done) throw ScriptFailure(At(action) + what);
   }
 
-  void Perform(const ScriptAction& a, hl::HeadlessExprBldView& view) {
+  void Perform(const ScriptAction& a, ui::ExprBldGestures& view) {
     switch (a.verb) {
       case Verb::ClickNode:
         Require(view.ClickNode(a.text), a, "the tree cannot be clicked now");
@@ -138,13 +158,13 @@ class Player {
         Require(view.ClickEditor(a.numbers[0]), a, "the editor cannot be clicked now");
         break;
       case Verb::Select:
-        view.KXEditor1().Select(a.numbers[0], a.numbers[1]);
+        view.View().KXEditor1().Select(a.numbers[0], a.numbers[1]);
         break;
       case Verb::Resize:
-        view.Form().Resize(a.numbers[0], a.numbers[1]);
+        view.Resize(a.numbers[0], a.numbers[1]);
         break;
       case Verb::Close:
-        view.Form().CloseBox();
+        view.CloseBox();
         break;
       case Verb::Answer:
         QueueAnswer(a);
@@ -156,48 +176,22 @@ class Player {
   }
 
   void QueueAnswer(const ScriptAction& a) {
-    hl::Driver& driver = env_.driver();
     const auto& args = a.args;
     if (a.text == "file") {
-      driver.QueueFile(args[0] == "cancel" ? std::nullopt : std::optional<std::string>(args[1]));
+      session_.AnswerFile(args[0] == "cancel" ? std::nullopt : std::optional<std::string>(args[1]));
     } else if (a.text == "message") {
-      driver.QueueMessageAnswer(a.numbers[0]);
+      session_.AnswerMessage(a.numbers[0]);
     } else if (a.text == "find") {
-      driver.QueueFind(args[0]);
+      session_.AnswerFind(args[0]);
     } else if (a.text == "replace") {
-      driver.QueueReplace(args[0], args[1]);
+      session_.AnswerReplace(args[0], args[1]);
     } else if (a.text == "input") {
-      std::string text = args[0];
-      env_.AnswerInputBox([text](hl::HeadlessInputBoxView& box) {
-        box.TypeInput(text);
-        box.Press("OKButton");
-      });
+      session_.AnswerInput(args[0]);
     } else if (a.text == "function") {
-      std::vector<std::string> values(args.begin() + 1, args.end());
-      std::string how = args[0];
-      env_.AnswerFunction([how, values](hl::HeadlessFunctionView& dialog) {
-        if (how == "close") {
-          dialog.Form().CloseBox();
-          return;
-        }
-        if (how == "ok")
-          for (size_t i = 0; i < values.size(); ++i)
-            if (!dialog.EditValue(static_cast<int32_t>(i), values[i]))
-              throw ui::Unanswered("frmFunction has no argument row " + std::to_string(i) +
-                                   " for the value \"" + values[i] + "\"");
-        dialog.Press(how == "ok" ? "cmdok" : "cmdcancel");
-      });
+      session_.AnswerFunction(args[0], std::vector<std::string>(args.begin() + 1, args.end()));
     } else if (a.text == "prompt") {
-      std::string how = args[0];
-      bool same = args.size() > 1 && args[1] == "same";
-      std::string text = args.size() > 2 ? args[2] : "";
-      env_.AnswerPrompt([how, same, text](hl::HeadlessPromptView& prompt) {
-        if (how == "ok") {
-          prompt.EnterValue(text);
-          prompt.CheckSame(same);
-        }
-        prompt.Press(how == "ok" ? "cmdok" : "cmdcancel");
-      });
+      session_.AnswerPrompt(args[0], args.size() > 1 && args[1] == "same",
+                            args.size() > 2 ? args[2] : "");
     }
   }
 
@@ -209,7 +203,8 @@ class Player {
   }
   static const char* Bool(bool value) { return value ? "true" : "false"; }
 
-  std::string DumpJson(hl::HeadlessExprBldView& view) {
+  std::string DumpJson(ui::ExprBldGestures& window) {
+    ui::ExprBldView& view = window.View();
     std::string out = "{";
     bool first = true;
     Key(out, "caption", first);
@@ -267,7 +262,7 @@ class Player {
     Key(out, "menus", first);
     out += '{';
     bool first_menu = true;
-    for (auto* menu : view.Menus()) {
+    for (auto* menu : window.Menus()) {
       Key(out, menu->Name(), first_menu);
       out += std::string("{\"visible\":") + Bool(menu->Visible()) +
              ",\"enabled\":" + Bool(menu->Enabled()) +
@@ -292,7 +287,7 @@ class Player {
     Key(out, "buttons", first);
     out += '{';
     bool first_command = true;
-    for (auto* button : view.Commands()) {
+    for (auto* button : window.Commands()) {
       Key(out, button->Name(), first_command);
       out += std::string("{\"visible\":") + Bool(button->Visible()) + "}";
     }
@@ -304,7 +299,7 @@ class Player {
     Key(out, "messages", first);
     out += '[';
     bool first_message = true;
-    for (const auto& m : env_.driver().Messages()) {
+    for (const auto& m : session_.Messages()) {
       if (!first_message) out += ',';
       first_message = false;
       out += "{\"text\":" + JsonString(m.text) + ",\"flags\":" + std::to_string(m.flags) +
@@ -314,11 +309,14 @@ class Player {
     return out;
   }
 
-  hl::Environment& env_;
+  EditSession& session_;
   std::vector<ScriptAction> actions_;
   size_t next_ = 0;
   std::ostream& out_;
   std::string source_;
+  std::string picture_;
+  std::string picture_error_;
+  std::optional<ScriptFailure> failure_;
 };
 
 // "--list PARENTKEY,NAME,KEY,PIPED": the piped list is everything after the third comma.
@@ -339,10 +337,6 @@ void RunEdit(const EditOptions& o, Context& context) {
     context.err << "kxexpr: edit: " << what << "\n";
     context.exit_code = 2;
   };
-  if (!o.headless) {
-    usage("the desktop window is not built yet; use --headless (with --script) for now");
-    return;
-  }
   if (o.type >= 0 && o.key.empty()) return usage("TYPE needs a KEY after it");
   if (o.type >= 0 && o.conversion.empty()) return usage("TYPE KEY need a CONVERSION");
   std::vector<std::array<std::string, 4>> lists;
@@ -396,15 +390,26 @@ void RunEdit(const EditOptions& o, Context& context) {
     }
   }
 
-  hl::Environment env;
+  // The desktop window unless --headless; a script or a picture plays the user there.
+  std::unique_ptr<EditSession> session;
+  const bool played = !o.script.empty() || !o.screenshot.empty();
+  if (o.headless) {
+    if (!o.screenshot.empty())
+      return usage("--screenshot needs the desktop window, not --headless");
+    session = NewHeadlessSession();
+  } else {
+    std::string why;
+    session = NewDesktopSession(played, why);
+    if (!session) return usage(why);
+  }
   const std::string data = DataDir();
   std::vector<fs::path> keyword_dirs;
   if (!o.conversion.empty()) keyword_dirs.push_back(fs::absolute(o.conversion).parent_path());
   keyword_dirs.push_back(data);
-  env.SetKeywordDirs(keyword_dirs);
+  session->SetKeywordDirs(keyword_dirs);
 
   ExprBldContext ctx;
-  ctx.services = env.Services();
+  ctx.services = session->Services();
   ctx.registry = OpenRegistryInUse(data + "/kxexpr.reg");
   ctx.new_checker = [] { return std::make_shared<host::BasicCompiler>(); };
   ctx.current_dir = fs::current_path();
@@ -431,18 +436,20 @@ void RunEdit(const EditOptions& o, Context& context) {
 
   bool accepted = false;
   builder->OnExpressionWritten([&accepted] { accepted = true; });
-  Player player(env, std::move(actions), context.out, source);
-  env.driver().SetStandingHandler("frmExprBld",
-                                  [&player](hl::HeadlessWindow& w) { player.Play(w); });
+  Player player(*session, std::move(actions), context.out, source);
+  player.TakePictures(o.screenshot);
+  if (played || o.headless)
+    session->WhenBuilderShown([&player](ui::ExprBldGestures& w) { player.Play(w); });
+  std::optional<ScriptFailure> failure;
   try {
     builder->Show(1);
-    player.CheckPlayedOut();
-  } catch (const ScriptFailure& f) {
-    context.err << "kxexpr: edit: " << f.what() << "\n";
-    context.exit_code = 3;
-    return;
+    if (std::exception_ptr escaped = session->TakeFailure()) std::rethrow_exception(escaped);
+    failure = player.Failure();
   } catch (const ui::Unanswered& e) {
-    context.err << "kxexpr: edit: " << source << ": " << e.what() << "\n";
+    failure = ScriptFailure(source + ": " + e.what());
+  }
+  if (failure) {
+    context.err << "kxexpr: edit: " << failure->what() << "\n";
     context.exit_code = 3;
     return;
   }
@@ -471,7 +478,8 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
       "edits that expression and OK writes it back and saves the document. Without TYPE KEY\n"
       "OK prints the accepted expression. Exit status: 0 after OK, 1 after Cancel or closing\n"
       "the window, 2 for a usage error, 3 when the script fails. docs/automation.md describes\n"
-      "the script language.");
+      "the script language. The window is the desktop's (a display is needed; under\n"
+      "xvfb-run or QT_QPA_PLATFORM=offscreen a script can play it) unless --headless.");
   cmd->add_option("CONVERSION", o->conversion, "A conversion document (JSON) for the palette");
   cmd->add_option("TYPE", o->type, "Expression type, 0-10")->check(CLI::Range(0, 10));
   cmd->add_option("KEY", o->key, "Expression key");
@@ -498,9 +506,13 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
                   "A user list for the palette: PARENTKEY,NAME,KEY,PIPED (items joined by |); "
                   "repeatable")
       ->allow_extra_args(false);
-  cmd->add_flag("--headless", o->headless, "Use the headless views (no display needed)");
+  cmd->add_flag("--headless", o->headless,
+                "Use the headless views (no display needed; the user must be a script)");
   cmd->add_option("--script", o->script,
                   "Play user actions from FILE (- for standard input), one per line");
+  cmd->add_option("--screenshot", o->screenshot,
+                  "Write a PNG of the desktop window as the script leaves it (without a "
+                  "script: as it opens, and close it)");
   cmd->callback([o, &context] { RunEdit(*o, context); });
 });
 

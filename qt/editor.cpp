@@ -1,0 +1,358 @@
+#include "qt/editor.h"
+
+#include <Qsci/qscicommand.h>
+#include <Qsci/qscicommandset.h>
+
+#include <QFontDatabase>
+#include <QKeyEvent>
+
+#include <algorithm>
+#include <set>
+
+#include "qt/cp1252.h"
+#include "qt/find_replace.h"
+#include "runtime/files.h"
+#include "runtime/text.h"
+
+namespace kx::qt {
+
+namespace {
+
+constexpr int kBookmark = 1;  // marker number
+constexpr int kLineMargin = 0;
+constexpr int kBookmarkMargin = 1;
+
+QByteArray Utf8(const std::string& bytes) {
+  return ToQt(bytes).toUtf8();
+}
+
+}  // namespace
+
+EditorWidget::EditorWidget(QWidget* parent) : QsciScintilla(parent) {}
+
+void EditorWidget::keyPressEvent(QKeyEvent* event) {
+  emit keyDown();
+  QsciScintilla::keyPressEvent(event);
+}
+
+void EditorWidget::mousePressEvent(QMouseEvent* event) {
+  emit mouseDown();
+  QsciScintilla::mousePressEvent(event);
+}
+
+QtEditor::QtEditor(std::string name, EditorWidget* editor,
+                   const std::vector<std::filesystem::path>* keyword_dirs)
+    : QtControl(std::move(name), editor),
+      keyword_dirs_(keyword_dirs),
+      lexer_(new KeywordLexer(editor)) {
+  editor->setUtf8(true);
+  editor->setEolMode(QsciScintilla::EolWindows);
+  editor->setLexer(lexer_);
+  lexer_->SetKeywords(nullptr);
+  editor->setAutoIndent(true);
+  editor->setTabWidth(4);
+  editor->setWrapMode(QsciScintilla::WrapNone);
+  // The horizontal scroll bar appears once a line is wider than the view.
+  editor->SendScintilla(QsciScintilla::SCI_SETSCROLLWIDTH, 1);
+  editor->SendScintilla(QsciScintilla::SCI_SETSCROLLWIDTHTRACKING, 1);
+
+  editor->setMarginType(kLineMargin, QsciScintilla::NumberMargin);
+  editor->setMarginWidth(kLineMargin, QStringLiteral("000"));
+  editor->setMarginLineNumbers(kLineMargin, true);
+  editor->setMarginType(kBookmarkMargin, QsciScintilla::SymbolMargin);
+  editor->setMarginWidth(kBookmarkMargin, 14);
+  editor->setMarginSensitivity(kBookmarkMargin, true);
+  editor->setMarginMarkerMask(kBookmarkMargin, 1 << kBookmark);
+  editor->markerDefine(QsciScintilla::Rectangle, kBookmark);
+  editor->setMarkerBackgroundColor(QColor(0x30, 0x70, 0xD0), kBookmark);
+  editor->setMarkerForegroundColor(QColor(0x10, 0x30, 0x80), kBookmark);
+  QObject::connect(editor, &QsciScintilla::marginClicked, Guard(),
+                   [this](int, int line, Qt::KeyboardModifiers) {
+                     Widget()->setCursorPosition(line, 0);
+                     ToggleBookmark();
+                   });
+
+  // The window's menus own these keys, so that they reach the presenter as commands.
+  QsciCommandSet* commands = editor->standardCommands();
+  for (QKeyCombination combination :
+       {Qt::CTRL | Qt::Key_Z, Qt::CTRL | Qt::Key_Y, Qt::CTRL | Qt::Key_X, Qt::CTRL | Qt::Key_C,
+        Qt::CTRL | Qt::Key_V, Qt::CTRL | Qt::SHIFT | Qt::Key_Z}) {
+    const int key = combination.toCombined();
+    if (QsciCommand* command = commands->boundTo(key)) {
+      if (command->key() == key) command->setKey(0);
+      if (command->alternateKey() == key) command->setAlternateKey(0);
+    }
+  }
+
+  find_dialog = [](QtEditor& e) { RunFindDialog(e); };
+  replace_dialog = [](QtEditor& e) { RunReplaceDialog(e); };
+}
+
+// The widget may outlive its adapter for a moment; its lexer must not read our keywords.
+QtEditor::~QtEditor() {
+  if (lexer_) lexer_->SetKeywords(nullptr);
+}
+
+long QtEditor::Length() const {
+  return Widget()->SendScintilla(QsciScintilla::SCI_GETLENGTH);
+}
+
+long QtEditor::ToSci(int32_t position) const {
+  if (position <= 1) return 0;
+  long at = Widget()->SendScintilla(QsciScintilla::SCI_POSITIONRELATIVE, 0UL,
+                                    static_cast<long>(position - 1));
+  // Past the end Scintilla answers 0.
+  return at == 0 ? Length() : at;
+}
+
+int32_t QtEditor::FromSci(long position) const {
+  return static_cast<int32_t>(
+             Widget()->SendScintilla(QsciScintilla::SCI_COUNTCHARACTERS, 0UL, position)) +
+         1;
+}
+
+std::string QtEditor::Text() const {
+  return FromQt(Widget()->text());
+}
+
+void QtEditor::InsertText(const std::string& text) {
+  Widget()->beginUndoAction();
+  Widget()->replaceSelectedText(ToQt(text));
+  Widget()->endUndoAction();
+}
+
+void QtEditor::Clear() {
+  Widget()->SendScintilla(QsciScintilla::SCI_CLEARALL);
+}
+
+int32_t QtEditor::CaretPosition() const {
+  return FromSci(Widget()->SendScintilla(QsciScintilla::SCI_GETCURRENTPOS));
+}
+
+void QtEditor::SetCaretPosition(int32_t position) {
+  Widget()->SendScintilla(QsciScintilla::SCI_GOTOPOS, ToSci(position));
+}
+
+int32_t QtEditor::SelectionStart() const {
+  return FromSci(Widget()->SendScintilla(QsciScintilla::SCI_GETSELECTIONSTART));
+}
+
+int32_t QtEditor::SelectionLength() const {
+  long start = Widget()->SendScintilla(QsciScintilla::SCI_GETSELECTIONSTART);
+  long end = Widget()->SendScintilla(QsciScintilla::SCI_GETSELECTIONEND);
+  return static_cast<int32_t>(
+      Widget()->SendScintilla(QsciScintilla::SCI_COUNTCHARACTERS, start, end));
+}
+
+void QtEditor::Select(int32_t start, int32_t length) {
+  long from = ToSci(start);
+  long to = length <= 0 ? from : ToSci(std::max(start, 1) + length);
+  Widget()->SendScintilla(QsciScintilla::SCI_SETSEL, from, to);
+}
+
+void QtEditor::Copy() {
+  Widget()->copy();
+}
+
+void QtEditor::Cut() {
+  Widget()->cut();
+}
+
+void QtEditor::Paste() {
+  Widget()->paste();
+}
+
+void QtEditor::Undo() {
+  Widget()->undo();
+}
+
+void QtEditor::Redo() {
+  Widget()->redo();
+}
+
+bool QtEditor::CanUndo() const {
+  return Widget()->isUndoAvailable();
+}
+
+bool QtEditor::CanRedo() const {
+  return Widget()->isRedoAvailable();
+}
+
+void QtEditor::Find() {
+  if (find_dialog) find_dialog(*this);
+}
+
+void QtEditor::Replace() {
+  if (replace_dialog) replace_dialog(*this);
+}
+
+std::optional<std::pair<long, long>> QtEditor::Search(const std::string& what, long from, long to,
+                                                      bool match_case) const {
+  QByteArray sought = Utf8(what);
+  if (sought.isEmpty()) return std::nullopt;
+  QsciScintilla* sci = Widget();
+  sci->SendScintilla(QsciScintilla::SCI_SETSEARCHFLAGS,
+                     match_case ? QsciScintilla::SCFIND_MATCHCASE : 0);
+  sci->SendScintilla(QsciScintilla::SCI_SETTARGETRANGE, from, to);
+  long at = sci->SendScintilla(QsciScintilla::SCI_SEARCHINTARGET,
+                               static_cast<unsigned long>(sought.size()), sought.constData());
+  if (at < 0) return std::nullopt;
+  return std::make_pair(at, sci->SendScintilla(QsciScintilla::SCI_GETTARGETEND));
+}
+
+bool QtEditor::FindNext(const std::string& what, bool match_case) {
+  long caret = Widget()->SendScintilla(QsciScintilla::SCI_GETCURRENTPOS);
+  auto match = Search(what, caret, Length(), match_case);
+  if (!match) match = Search(what, 0, Length(), match_case);
+  last_found_ = match.has_value();
+  if (match) {
+    Widget()->SendScintilla(QsciScintilla::SCI_SETSEL, match->first, match->second);
+    Widget()->ensureCursorVisible();
+  }
+  return last_found_;
+}
+
+bool QtEditor::ReplaceNext(const std::string& what, const std::string& with, bool match_case) {
+  QsciScintilla* sci = Widget();
+  long start = sci->SendScintilla(QsciScintilla::SCI_GETSELECTIONSTART);
+  long end = sci->SendScintilla(QsciScintilla::SCI_GETSELECTIONEND);
+  auto match = start < end ? Search(what, start, end, match_case) : std::nullopt;
+  bool replaced = match && match->first == start && match->second == end;
+  if (replaced) InsertText(with);
+  FindNext(what, match_case);
+  return replaced;
+}
+
+int QtEditor::ReplaceAll(const std::string& what, const std::string& with, bool match_case) {
+  QsciScintilla* sci = Widget();
+  const QByteArray replacement = Utf8(with);
+  int count = 0;
+  long from = 0;
+  bool began = false;
+  while (auto match = Search(what, from, Length(), match_case)) {
+    if (!began) {
+      sci->beginUndoAction();
+      began = true;
+    }
+    sci->SendScintilla(QsciScintilla::SCI_SETTARGETRANGE, match->first, match->second);
+    long put =
+        sci->SendScintilla(QsciScintilla::SCI_REPLACETARGET,
+                           static_cast<unsigned long>(replacement.size()), replacement.constData());
+    from = match->first + put;
+    ++count;
+  }
+  if (began) {
+    sci->SendScintilla(QsciScintilla::SCI_GOTOPOS, from);
+    sci->endUndoAction();
+  }
+  last_found_ = count > 0;
+  return count;
+}
+
+void QtEditor::ToggleBookmark() {
+  int line = 0, index = 0;
+  Widget()->getCursorPosition(&line, &index);
+  if (Widget()->markersAtLine(line) & (1 << kBookmark))
+    Widget()->markerDelete(line, kBookmark);
+  else
+    Widget()->markerAdd(line, kBookmark);
+}
+
+void QtEditor::DeleteAllBookmarks() {
+  Widget()->markerDeleteAll(kBookmark);
+}
+
+void QtEditor::NextBookmark() {
+  int line = 0, index = 0;
+  Widget()->getCursorPosition(&line, &index);
+  int next = Widget()->markerFindNext(line + 1, 1 << kBookmark);
+  if (next < 0) next = Widget()->markerFindNext(0, 1 << kBookmark);
+  if (next >= 0) Widget()->setCursorPosition(next, 0);
+}
+
+void QtEditor::PrevBookmark() {
+  int line = 0, index = 0;
+  Widget()->getCursorPosition(&line, &index);
+  int prev = line > 0 ? Widget()->markerFindPrevious(line - 1, 1 << kBookmark) : -1;
+  if (prev < 0) prev = Widget()->markerFindPrevious(Widget()->lines() - 1, 1 << kBookmark);
+  if (prev >= 0) Widget()->setCursorPosition(prev, 0);
+}
+
+std::vector<int32_t> QtEditor::Bookmarks() const {
+  std::vector<int32_t> lines;
+  for (int line = Widget()->markerFindNext(0, 1 << kBookmark); line >= 0;
+       line = Widget()->markerFindNext(line + 1, 1 << kBookmark))
+    lines.push_back(line + 1);
+  return lines;
+}
+
+void QtEditor::ReloadKeywords() {
+  std::filesystem::path name(std::string(Trim(keyword_file_)));
+  std::filesystem::path found;
+  if (!name.empty()) {
+    std::vector<std::filesystem::path> candidates;
+    if (name.is_relative() && keyword_dirs_)
+      for (const auto& dir : *keyword_dirs_) candidates.push_back(dir / name);
+    candidates.push_back(name);
+    for (const auto& candidate : candidates) {
+      std::error_code ec;
+      if (std::filesystem::is_regular_file(candidate, ec)) {
+        found = candidate;
+        break;
+      }
+    }
+  }
+  if (found.empty()) {
+    lexer_->SetKeywords(nullptr);
+    keywords_.reset();
+    keyword_path_.clear();
+    return;
+  }
+  ui::KeywordSet keywords = ui::ReadKeywordFile(found);
+  lexer_->SetKeywords(nullptr);
+  keywords_ = std::move(keywords);
+  keyword_path_ = found;
+  lexer_->SetKeywords(&*keywords_);
+}
+
+void QtEditor::LoadFile(const std::string& path) {
+  std::string bytes = ReadWholeFile(path);
+  Widget()->setText(ToQt(bytes));
+  Widget()->SendScintilla(QsciScintilla::SCI_EMPTYUNDOBUFFER);
+  Widget()->markerDeleteAll(kBookmark);
+  Widget()->SendScintilla(QsciScintilla::SCI_GOTOPOS, 0L);
+}
+
+void QtEditor::SaveFile(const std::string& path) {
+  WriteFileAtomic(path, Text());
+}
+
+void QtEditor::SetStyle(const std::string& name) {
+  const QPalette& palette = Widget()->palette();
+  if (name == "style_winhighlight") {
+    Widget()->setSelectionBackgroundColor(palette.color(QPalette::Active, QPalette::Highlight));
+    Widget()->setSelectionForegroundColor(
+        palette.color(QPalette::Active, QPalette::HighlightedText));
+  } else if (name == "style_tokennormal") {
+    lexer_->setDefaultPaper(palette.color(QPalette::Active, QPalette::Base));
+    lexer_->setPaper(palette.color(QPalette::Active, QPalette::Base), -1);
+  }
+}
+
+void QtEditor::SetFontName(const std::string& name) {
+  font_name_ = name;
+  QFont font(ToQt(name));
+  if (!QFontInfo(font).fixedPitch()) return;
+  for (int style = 0; style < KeywordLexer::kFirstCategory + KeywordLexer::kCategoryStyles;
+       ++style) {
+    QFont styled = lexer_->font(style);
+    styled.setFamily(font.family());
+    lexer_->setFont(styled, style);
+  }
+}
+
+int QtEditor::StyleAt(int32_t position) const {
+  return static_cast<int>(Widget()->SendScintilla(QsciScintilla::SCI_GETSTYLEAT, ToSci(position)));
+}
+
+}  // namespace kx::qt

@@ -1,0 +1,126 @@
+#pragma once
+// The token tree on QTreeWidget and the grids on QTableWidget.
+
+#include <QTableWidget>
+#include <QTreeWidget>
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "qt/controls.h"
+#include "ui/grid.h"
+#include "ui/tree_view.h"
+
+namespace kx::qt {
+
+// A tree that reports the user's clicks on nodes (not on the expand arrows) and moves of the
+// current node by keyboard; moves the presenter makes are not reported.
+class TreeWidget : public QTreeWidget {
+  Q_OBJECT
+ public:
+  explicit TreeWidget(QWidget* parent) : QTreeWidget(parent) {}
+ signals:
+  void nodeClicked(QTreeWidgetItem* item);
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+};
+
+class QtTreeView : public QtControl<ui::TreeView> {
+ public:
+  QtTreeView(std::string name, QTreeWidget* tree);
+  void Clear() override;
+  void AddNode(const ui::TreeNode& node) override;
+  std::optional<ui::TreeNode> Node(std::string_view key) const override;
+  void SetTag(std::string_view key, const std::string& tag) override;
+  void SetExpanded(std::string_view key, bool expanded) override;
+  int32_t ChildCount(std::string_view key) const override;
+  void SelectNode(std::string_view key) override;
+  std::string SelectedKey() const override;
+  std::vector<ui::TreeNode> Nodes() const override;
+
+  QTreeWidget* Widget() const { return static_cast<QTreeWidget*>(widget_); }
+  // The item of a node, nullptr when there is none.
+  QTreeWidgetItem* Item(std::string_view key) const;
+  // The key of an item.
+  static std::string KeyOf(const QTreeWidgetItem* item);
+
+ private:
+  QTreeWidgetItem* Need(std::string_view key) const;  // raises 35601
+  ui::TreeNode NodeOf(const QTreeWidgetItem* item) const;
+
+  std::unordered_map<std::string, QTreeWidgetItem*> items_;
+};
+
+// A table that tells its view about the gestures the grids' events need besides the
+// current cell: the double-click, keys before the table acts on them, and on the token grid
+// the function-builder gesture: Ctrl+double-click, F4, or "Build Function..." from the
+// context menu (Enter there is a double-click).
+class GridWidget : public QTableWidget {
+  Q_OBJECT
+ public:
+  explicit GridWidget(QWidget* parent, bool builder_gesture = false);
+
+ signals:
+  void rowDoubleClicked();
+  void buildFunction();
+  // Before the table handles the key; the platform's key code.
+  void keyDown(int key_code);
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+
+ private:
+  bool builder_gesture_;
+};
+
+// The platform's key code of a Qt key (0 for keys it has none for).
+int KeyCode(const QKeyEvent& event);
+
+class QtGrid : public QtControl<ui::Grid> {
+ public:
+  QtGrid(std::string name, GridWidget* grid);
+  void SetRedraw(bool redraw) override;
+  void RemoveAll() override;
+  void AddRow(const std::string& text) override;
+  int32_t Rows() const override { return Widget()->rowCount(); }
+  std::string CellText(int32_t row, int32_t column = 0) const override;
+  void SetCellText(int32_t row, int32_t column, const std::string& text) override;
+  int32_t CurrentRow() const override { return current_row_; }
+  void SetCurrentRow(int32_t row) override;
+  int32_t CurrentColumn() const override { return current_column_; }
+  void SetCurrentColumn(int32_t column) override;
+  void SetRowStyle(int32_t row, const std::string& style) override;
+  std::string RowStyle(int32_t row) const override;
+  void ScrollTo(int32_t row) override;
+  void BringToFront() override;
+  void Refresh() override;
+  void SetColumns(int32_t count) override;
+  void SetColumnWidth(int32_t column, int32_t twips) override;
+
+  GridWidget* Widget() const { return static_cast<GridWidget*>(widget_); }
+  // The user moved the table's current cell: `before` runs while the grid still reports
+  // the old cell, `after` once it reports the new one. Moves the presenter makes are not
+  // reported.
+  void Follow(std::function<void()> before, std::function<void()> after);
+  // Whether the presenter is writing cells (edits by the user are reported otherwise).
+  bool Writing() const { return writing_ > 0; }
+
+ private:
+  void CheckRow(int32_t row) const;
+  void CheckColumn(int32_t column) const;
+  void Paint(int32_t row);
+  QTableWidgetItem* Cell(int32_t row, int32_t column);
+
+  std::function<void()> before_, after_;
+  std::vector<std::string> styles_;
+  int32_t current_row_ = -1;
+  int32_t current_column_ = 0;
+  int writing_ = 0;
+};
+
+}  // namespace kx::qt

@@ -1,0 +1,224 @@
+#include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <filesystem>
+
+#include "qt/cp1252.h"
+#include "qt/editor.h"
+#include "runtime/error.h"
+#include "runtime/files.h"
+#include "ui/keyword_file.h"
+
+namespace kx {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Editor {
+  Editor() : widget(new qt::EditorWidget), control("KXEditor1", widget, &dirs) {}
+  ~Editor() { delete widget; }
+  std::vector<fs::path> dirs;
+  qt::EditorWidget* widget;
+  qt::QtEditor control;
+};
+
+std::string AllBytes() {
+  std::string bytes;
+  for (int b = 1; b < 256; ++b) bytes.push_back(static_cast<char>(b));
+  return bytes;
+}
+
+TEST(QtEditor, BytesRoundTripAndPositionsCountBytes) {
+  EXPECT_EQ(qt::FromQt(qt::ToQt(AllBytes())), AllBytes());
+  EXPECT_EQ(qt::ToQt("\x80\x81\x9f"), QString::fromUtf8("\u20ac\u0081\u0178"));
+
+  Editor e;
+  e.control.InsertText(AllBytes());
+  EXPECT_EQ(e.control.Text(), AllBytes());
+  // "\x80" is three bytes inside the widget and one here.
+  e.control.Clear();
+  e.control.InsertText(
+      "a\x80\x80"
+      "bc\r\nd");
+  EXPECT_EQ(e.control.CaretPosition(), 9);
+  e.control.Select(3, 3);
+  EXPECT_EQ(e.control.SelectionStart(), 3);
+  EXPECT_EQ(e.control.SelectionLength(), 3);
+  EXPECT_EQ(qt::FromQt(e.widget->selectedText()),
+            "\x80"
+            "bc");
+  e.control.Select(0, 100);  // clipped to the text
+  EXPECT_EQ(e.control.SelectionStart(), 1);
+  EXPECT_EQ(e.control.SelectionLength(), 8);
+  e.control.SetCaretPosition(50);
+  EXPECT_EQ(e.control.CaretPosition(), 9);
+  e.control.SetCaretPosition(2);
+  EXPECT_EQ(e.control.SelectionLength(), 0);
+
+  // Insertion replaces the selection and is one undo step; so is Clear.
+  e.control.Select(2, 2);
+  e.control.InsertText("XYZ");
+  EXPECT_EQ(e.control.Text(), "aXYZbc\r\nd");
+  EXPECT_EQ(e.control.CaretPosition(), 5);
+  e.control.Clear();
+  EXPECT_EQ(e.control.Text(), "");
+  e.control.Undo();
+  EXPECT_EQ(e.control.Text(), "aXYZbc\r\nd");
+  e.control.Undo();
+  EXPECT_EQ(e.control.Text(),
+            "a\x80\x80"
+            "bc\r\nd");
+  EXPECT_TRUE(e.control.CanRedo());
+  e.control.Redo();
+  EXPECT_EQ(e.control.Text(), "aXYZbc\r\nd");
+
+  // The clipboard carries the bytes' characters.
+  e.control.Select(1, 4);
+  e.control.Cut();
+  e.control.SetCaretPosition(3);
+  e.control.Paste();
+  EXPECT_EQ(e.control.Text(), "bcaXYZ\r\nd");
+
+  // Files keep every byte; a load forgets undo and bookmarks.
+  QTemporaryDir dir;
+  const std::string path = dir.filePath("x.txt").toStdString();
+  e.control.Clear();
+  e.control.InsertText(AllBytes());
+  e.control.ToggleBookmark();
+  e.control.SaveFile(path);
+  EXPECT_EQ(ReadWholeFile(path), AllBytes());
+  e.control.Clear();
+  e.control.LoadFile(path);
+  EXPECT_EQ(e.control.Text(), AllBytes());
+  EXPECT_FALSE(e.control.CanUndo());
+  EXPECT_TRUE(e.control.Bookmarks().empty());
+  EXPECT_EQ(e.control.CaretPosition(), 1);
+}
+
+TEST(QtEditor, BookmarksFollowTheirLinesAndWrap) {
+  Editor e;
+  e.control.InsertText("one\r\ntwo\r\nthree\r\nfour");
+  for (int32_t position : {6, 18}) {  // lines 2 and 4
+    e.control.SetCaretPosition(position);
+    e.control.ToggleBookmark();
+  }
+  EXPECT_EQ(e.control.Bookmarks(), (std::vector<int32_t>{2, 4}));
+  e.control.SetCaretPosition(1);
+  e.control.InsertText("zero\r\n");
+  EXPECT_EQ(e.control.Bookmarks(), (std::vector<int32_t>{3, 5}));
+
+  e.control.SetCaretPosition(1);
+  e.control.NextBookmark();
+  EXPECT_EQ(e.control.CaretPosition(), 12);  // start of line 3
+  e.control.NextBookmark();
+  e.control.NextBookmark();  // past the last: back to the first
+  EXPECT_EQ(e.control.CaretPosition(), 12);
+  e.control.PrevBookmark();  // before the first: the last
+  EXPECT_EQ(e.control.Text().substr(static_cast<size_t>(e.control.CaretPosition() - 1)), "four");
+
+  e.control.ToggleBookmark();  // on a bookmarked line: off again
+  EXPECT_EQ(e.control.Bookmarks(), (std::vector<int32_t>{3}));
+  e.control.DeleteAllBookmarks();
+  EXPECT_TRUE(e.control.Bookmarks().empty());
+}
+
+TEST(QtEditor, FindAndReplaceAllIsOneUndoStepAndCannotLoop) {
+  Editor e;
+  e.control.InsertText("Ab ab AB\r\nab");
+  e.control.SetCaretPosition(2);
+  EXPECT_TRUE(e.control.FindNext("ab", false));
+  EXPECT_EQ(e.control.SelectionStart(), 4);
+  EXPECT_TRUE(e.control.FindNext("AB", true));
+  EXPECT_EQ(e.control.SelectionStart(), 7);
+  EXPECT_TRUE(e.control.FindNext("Ab", true));  // wraps to the top
+  EXPECT_EQ(e.control.SelectionStart(), 1);
+  EXPECT_FALSE(e.control.FindNext("zz", false));
+  EXPECT_EQ(e.control.SelectionStart(), 1);
+
+  // A replacement holding the text sought: every match once, one undo step.
+  EXPECT_EQ(e.control.ReplaceAll("ab", "xabx", false), 4);
+  EXPECT_EQ(e.control.Text(), "xabx xabx xabx\r\nxabx");
+  e.control.Undo();
+  EXPECT_EQ(e.control.Text(), "Ab ab AB\r\nab");
+  EXPECT_EQ(e.control.ReplaceAll("ab", "", true), 2);
+  EXPECT_EQ(e.control.Text(), "Ab  AB\r\n");
+  EXPECT_EQ(e.control.ReplaceAll("nothing", "x", false), 0);
+
+  // One at a time: the selected match is replaced and the next one selected.
+  e.control.SetCaretPosition(1);
+  EXPECT_FALSE(e.control.ReplaceNext("ab", "Q", false));  // finds the first
+  EXPECT_TRUE(e.control.ReplaceNext("ab", "Q", false));
+  EXPECT_EQ(e.control.Text(), "Q  AB\r\n");
+  EXPECT_EQ(e.control.SelectionStart(), 4);
+  EXPECT_EQ(e.control.SelectionLength(), 2);
+
+  // The commands open the control's dialogs (replaced here, as scripts do).
+  int finds = 0, replaces = 0;
+  e.control.find_dialog = [&](qt::QtEditor&) { ++finds; };
+  e.control.replace_dialog = [&](qt::QtEditor&) { ++replaces; };
+  e.control.Find();
+  e.control.Replace();
+  e.control.Replace();
+  EXPECT_EQ(finds * 10 + replaces, 12);
+}
+
+TEST(QtEditor, KeywordFileColoursCategoriesStringsCommentsNumbersAndFields) {
+  QTemporaryDir dir;
+  const fs::path folder = dir.path().toStdString();
+  WriteWholeFile(folder / "words.ini",
+                 "[Settings]\nCaseSensitive = no\n[Constructs]\nIf Then Else\n"
+                 "[Operators]\nAnd <> &\n[Functions]\nLeft$\n");
+  Editor e;
+  e.dirs = {folder};
+  e.control.SetKeywordFile("words.ini");
+  e.control.ReloadKeywords();
+  ASSERT_NE(e.control.Keywords(), nullptr);
+  EXPECT_EQ(e.control.KeywordPath(), folder / "words.ini");
+
+  const std::string text =
+      "if [Amount] <> 1.5E3 Then Left$(\"a \"\"b\"\"\", &HFF) ' note\r\n"
+      "Records(\"In\").Fields(\"Name\") And x Rem done";
+  e.control.InsertText(text);
+  e.widget->SendScintilla(QsciScintilla::SCI_COLOURISE, 0UL, -1L);
+  auto style = [&](std::string_view what) {
+    size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return e.control.StyleAt(static_cast<int32_t>(at) + 1);
+  };
+  using L = qt::KeywordLexer;
+  const int constructs = L::CategoryStyle(0), operators = L::CategoryStyle(1),
+            functions = L::CategoryStyle(2);
+  EXPECT_EQ(style("if"), constructs);  // case does not matter
+  EXPECT_EQ(style("Then"), constructs);
+  EXPECT_EQ(style("[Amount]"), L::kField);
+  EXPECT_EQ(style("Amount]"), L::kField);
+  EXPECT_EQ(style("<>"), operators);
+  EXPECT_EQ(style("1.5E3"), L::kNumber);
+  EXPECT_EQ(style("E3"), L::kNumber);
+  EXPECT_EQ(style("Left$"), functions);
+  EXPECT_EQ(style("\"a "), L::kString);
+  EXPECT_EQ(style("b\"\"\""), L::kString);  // doubled quotes stay inside
+  EXPECT_EQ(style("&HFF"), L::kNumber);
+  EXPECT_EQ(style("' note"), L::kComment);
+  EXPECT_EQ(style("Records("), L::kField);
+  EXPECT_EQ(style("Name\")"), L::kField);
+  EXPECT_EQ(style("And"), operators);
+  EXPECT_EQ(style("x Rem"), L::kDefault);
+  EXPECT_EQ(style("Rem done"), L::kComment);
+
+  // A malformed file raises and keeps the words in use; a missing one turns colouring off.
+  WriteWholeFile(folder / "bad.ini", "If\n");
+  e.control.SetKeywordFile("bad.ini");
+  EXPECT_THROW(e.control.ReloadKeywords(), Error);
+  EXPECT_NE(e.control.Keywords(), nullptr);
+  e.control.SetKeywordFile("missing.ini");
+  e.control.ReloadKeywords();
+  EXPECT_EQ(e.control.Keywords(), nullptr);
+  e.widget->SendScintilla(QsciScintilla::SCI_COLOURISE, 0UL, -1L);
+  EXPECT_EQ(style("Then"), L::kDefault);
+}
+
+}  // namespace
+}  // namespace kx

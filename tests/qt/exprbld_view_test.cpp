@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include <QHeaderView>
+#include <QMenuBar>
+#include <QTest>
+#include <QToolButton>
+
+#include "qt/cp1252.h"
+#include "qt_rig.h"
+
+namespace kx {
+namespace {
+
+using testing::QtRig;
+
+std::string Str(const QString& text) {
+  return qt::FromQt(text);
+}
+
+// The menu bar as the user sees it: "caption[shortcut]" per item, "-" for separators,
+// items of a menu indented; hidden items left out.
+std::string MenuText(QMenuBar* bar) {
+  std::string text;
+  for (QAction* menu : bar->actions()) {
+    if (!menu->isVisible()) continue;
+    text += Str(menu->text()) + ":";
+    for (QAction* item : menu->menu()->actions()) {
+      if (!item->isVisible()) continue;
+      text += " " + (item->isSeparator() ? std::string("-") : Str(item->text()));
+      if (!item->shortcut().isEmpty()) text += "[" + Str(item->shortcut().toString()) + "]";
+      if (!item->isEnabled()) text += "(off)";
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
+  QtRig rig;
+  rig.builder->Show(0);
+  qt::QtExprBldView& view = rig.view();
+  ASSERT_TRUE(view.Main()->isVisible());
+  EXPECT_EQ(Str(view.Main()->windowTitle()), "Expression Builder");
+
+  // Templates are not allowed: the first activation hides their menu item.
+  EXPECT_EQ(MenuText(view.Main()->menuBar()),
+            "&File: &Open...[Ctrl+O] &Save...[Ctrl+S]\n"
+            "&Edit: &Undo[Ctrl+Z] &Redo[Ctrl+Y] - Cu&t[Ctrl+X] &Copy[Ctrl+C] &Paste[Ctrl+V] - "
+            "&Find...[Ctrl+F] R&eplace...[Ctrl+H]\n"
+            "&View: &Properties... &Hide Bottom Pane\n"
+            "&Tools: &Validate[F5] - &Keyword File... &Save Expression As... - "
+            "Toggle &Bookmark[Ctrl+F2] &Delete All Bookmarks[Ctrl+Shift+F2] "
+            "&Next Bookmark[F2] &Previous Bookmark[Shift+F2]\n");
+
+  // Toolbar: 25 positions with separators; each button a picture and a tip; Template off.
+  QList<QAction*> tools = view.tbar().Widget()->actions();
+  ASSERT_EQ(tools.size(), 25);
+  EXPECT_TRUE(tools[22]->isEnabled());   // Validate: allowed
+  EXPECT_FALSE(tools[24]->isEnabled());  // Template: not allowed
+  for (QAction* tool : tools) {
+    if (tool->isSeparator()) continue;
+    EXPECT_FALSE(tool->icon().isNull()) << Str(tool->toolTip());
+    EXPECT_FALSE(tool->toolTip().isEmpty());
+  }
+  EXPECT_EQ(Str(tools[15]->toolTip()), "Keyword File");
+
+  // The pad's operators, "&" shown as itself.
+  QWidget* pad = view.vselbuttons().Widget();
+  QList<QPushButton*> operators = pad->findChildren<QPushButton*>();
+  EXPECT_EQ(operators.size(), 19);
+  EXPECT_EQ(Str(view.Command("cmdAmpersand").Widget()->text()), "&&");
+  EXPECT_FALSE(view.Command("cmdParam").Widget()->isVisible());
+
+  // Twips become pixels at 96 dpi: the presenter's rectangles, divided by 15.
+  ASSERT_EQ(view.Main()->logicalDpiX(), 96);
+  auto pixels = [](const ui::Rect& r) {
+    return QRect(qRound(r.left / 15.0), qRound(r.top / 15.0), qRound(r.width / 15.0),
+                 qRound(r.height / 15.0));
+  };
+  EXPECT_EQ(view.KXEditor1().Widget()->geometry(), pixels(view.KXEditor1().Bounds()));
+  EXPECT_EQ(view.Command("cmdok").Widget()->geometry(), pixels(view.Command("cmdok").Bounds()));
+  EXPECT_EQ(view.TreeView1().Widget()->geometry(), pixels(view.TreeView1().Bounds()));
+
+  // The user makes the window smaller: Form_Resize lays it out again inside the new client.
+  view.Main()->resize(520, 400);
+  QCoreApplication::processEvents();
+  const QRect client = view.Main()->centralWidget()->rect();
+  for (QWidget* widget : std::vector<QWidget*>{
+           view.KXEditor1().Widget(), view.vselbottom().Widget(), view.Command("cmdhelp").Widget()})
+    EXPECT_TRUE(client.contains(widget->geometry())) << Str(widget->objectName());
+  EXPECT_EQ(view.Form().ScaleWidth(), client.width() * 15);
+
+  // Hiding the bottom pane twice returns picture, tip and caption to their first state.
+  QAction* toggle = tools[21];
+  const QImage shown = toggle->icon().pixmap(16, 16).toImage();
+  toggle->trigger();
+  EXPECT_FALSE(view.vselbottom().Widget()->isVisible());
+  EXPECT_EQ(Str(toggle->toolTip()), "Show Bottom Pane");
+  EXPECT_NE(toggle->icon().pixmap(16, 16).toImage(), shown);
+  EXPECT_EQ(Str(view.Menu("mnuViewHideBottom").Action()->text()), "S&how Bottom Pane");
+  toggle->trigger();
+  EXPECT_TRUE(view.vselbottom().Widget()->isVisible());
+  EXPECT_EQ(Str(toggle->toolTip()), "Hide Bottom Pane");
+  EXPECT_EQ(toggle->icon().pixmap(16, 16).toImage(), shown);
+  view.Form().Unload();
+}
+
+// Each node as "parent/key=text", in display order.
+std::string TreeText(QTreeWidget* tree) {
+  std::string text;
+  std::function<void(QTreeWidgetItem*)> walk = [&](QTreeWidgetItem* item) {
+    text += qt::QtTreeView::KeyOf(item) + "=" + Str(item->text(0)) + ";";
+    for (int i = 0; i < item->childCount(); ++i) walk(item->child(i));
+  };
+  for (int i = 0; i < tree->topLevelItemCount(); ++i) walk(tree->topLevelItem(i));
+  return text;
+}
+
+TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
+  QtRig rig;
+  rig.builder->Show(0);
+  qt::QtExprBldView& view = rig.view();
+  QTreeWidget* tree = view.TreeView1().Widget();
+  qt::GridWidget* grid = view.ssdgridtokens().Widget();
+
+  // The widget holds what the presenter added, in its order; "All" is selected and listed.
+  std::string nodes;
+  for (const ui::TreeNode& node : view.TreeView1().Nodes())
+    nodes += node.key + "=" + node.text + ";";
+  EXPECT_EQ(TreeText(tree), nodes);
+  EXPECT_EQ(qt::QtTreeView::KeyOf(tree->currentItem()), "All");
+  ASSERT_GT(grid->rowCount(), 2);
+  const QBrush highlight = grid->palette().brush(QPalette::Active, QPalette::Highlight);
+  EXPECT_EQ(grid->item(0, 0)->background(), highlight);
+
+  // A keystroke moves the current row: the old row goes back to normal, the new one is
+  // highlighted and described.
+  grid->setFocus();
+  QTest::keyClick(grid, Qt::Key_Down);
+  EXPECT_EQ(view.ssdgridtokens().CurrentRow(), 1);
+  EXPECT_EQ(view.ssdgridtokens().RowStyle(0), "style_tokennormal");
+  EXPECT_EQ(grid->item(0, 0)->background(), QBrush());
+  EXPECT_EQ(grid->item(1, 0)->background(), highlight);
+  EXPECT_FALSE(view.txtproto(0).Caption().empty());
+  EXPECT_EQ(Str(view.txtproto(0).Widget()->text()), view.txtproto(0).Caption());
+  EXPECT_EQ(Str(view.txtproto(1).Widget()->text()), view.txtproto(1).Caption());
+  EXPECT_TRUE(rig.box.shown.empty()) << rig.box.shown.front().text;
+
+  // A click on "Flow Control" lists the ten constructs and the blank eleventh row.
+  QTreeWidgetItem* flow = view.TreeView1().Item("FC");
+  ASSERT_NE(flow, nullptr);
+  tree->scrollToItem(flow);
+  QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(flow).center());
+  ASSERT_EQ(grid->rowCount(), 11);
+  EXPECT_EQ(Str(grid->item(0, 0)->text()), "For...Next");
+  EXPECT_EQ(Str(grid->item(10, 0)->text()), "");
+
+  // A double-click inserts the construct at the caret, and Enter does the same.
+  view.KXEditor1().Clear();
+  QRect row2 = grid->visualItemRect(grid->item(1, 0));
+  QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, row2.center());
+  QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, row2.center());
+  EXPECT_EQ(view.KXEditor1().Text(), "GoTo label ");
+  QTest::keyClick(grid, Qt::Key_Return);
+  EXPECT_EQ(view.KXEditor1().Text(), "GoTo label GoTo label ");
+
+  // An operator button inserts its text; typing in the editor reaches the presenter first.
+  QTest::mouseClick(view.Command("cmdAmpersand").Widget(), Qt::LeftButton);
+  EXPECT_EQ(view.KXEditor1().Text(), "GoTo label GoTo label  & ");
+  view.Form().Unload();
+}
+
+}  // namespace
+}  // namespace kx
