@@ -217,26 +217,32 @@ void RunApply(const ApplyOptions& o, Context& context) {
   std::vector<Batch> batches;
   int32_t selected = 0;
   for (const Walk* w : walks) {
-    ExpressionList all;
-    all.SetSourceControl(document->Source());
-    all.SetTargetControl(document->Target());
-    w->run(all, true);
-    Batch batch{std::make_unique<ExpressionList>(), w};
-    batch.list->SetSourceControl(document->Source());
-    batch.list->SetTargetControl(document->Target());
-    batch.list->SetTemplateToUse(tpl);
-    for (int32_t i = 1; i <= all.Count(); ++i) {
-      ExpressionList::Record r = all.Item(Variant(i));
-      if (r->ExpressionType == kCodeModuleExpression) continue;
-      bool keep = o.types.empty();
-      for (int t : o.types) keep |= t == r->ExpressionType;
-      if (keep && !o.keys.empty()) {
-        keep = false;
-        for (const std::string& k : o.keys)
-          keep |= MatchesWildcard(KeyFromVisible(k), r->ExpressionKey);
+    auto all = std::make_unique<ExpressionList>();
+    all->SetSourceControl(document->Source());
+    all->SetTargetControl(document->Target());
+    w->run(*all, true);
+    Batch batch{nullptr, w};
+    // Adding looks the key up record by record, so a walk kept whole is not copied.
+    if (o.types.empty() && o.keys.empty() && w->type >= 0 && w->type != kCodeModuleExpression) {
+      batch.list = std::move(all);
+    } else {
+      batch.list = std::make_unique<ExpressionList>();
+      batch.list->SetSourceControl(document->Source());
+      batch.list->SetTargetControl(document->Target());
+      for (int32_t i = 1; i <= all->Count(); ++i) {
+        ExpressionList::Record r = all->Item(Variant(i));
+        if (r->ExpressionType == kCodeModuleExpression) continue;
+        bool keep = o.types.empty();
+        for (int t : o.types) keep |= t == r->ExpressionType;
+        if (keep && !o.keys.empty()) {
+          keep = false;
+          for (const std::string& k : o.keys)
+            keep |= MatchesWildcard(KeyFromVisible(k), r->ExpressionKey);
+        }
+        if (keep) batch.list->Add(r);
       }
-      if (keep) batch.list->Add(r);
     }
+    batch.list->SetTemplateToUse(tpl);
     selected += batch.list->Count();
     if (batch.list->Count() > 0) batches.push_back(std::move(batch));
   }

@@ -82,7 +82,7 @@ TEST_F(ApplyCliTest, RefusesWithoutWriting) {
   } cases[] = {
       {{"DateFromParts", "--type", "8", "--yes"}, 1, "no terminal to ask on"},
       {{"TrimField", "--type", "8"}, 1, "pass --yes"},
-      {{"TrimField", "--type", "8", "--dry-run"}, 0, ""},
+      {{"TrimField", "--dry-run"}, 0, ""},  // every walk, kept whole
       {{"TrimField", "--set", "Field=<<Field>>", "--yes"}, 2, "would never end"},
       {{"TrimField", "--set", "Nope=1", "--yes"}, 2, "no such parameter"},
       {{"TrimField", "--set", "Field=(", "--check", "--yes"}, 1, "check failed for 8 "},
