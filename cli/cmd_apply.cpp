@@ -83,10 +83,14 @@ class TerminalPrompter : public ValuePrompter {
     if (!request.target.empty()) out << request.target << "\n";
     for (size_t i = 0; i < choices_.size(); ++i)
       if (!choices_[i].empty()) out << "  #" << i + 1 << " " << choices_[i] << "\n";
-    out << "Value (#N picks a field, an empty line cancels): " << std::flush;
     ValuePromptAnswer answer;
     std::string line;
-    if (!ReadAnswer(context_, line) || line.empty()) return answer;
+    for (;;) {
+      out << "Value (#N picks a field, an empty line cancels): " << std::flush;
+      if (!ReadAnswer(context_, line) || line.empty()) return answer;
+      if (line.find(request.token) == std::string::npos) break;
+      out << SelfReferenceMessage(request.token) << "\n";
+    }
     answer.value = line;
     if (line.size() > 1 && line.size() < 7 && line[0] == '#' &&
         line.find_first_not_of("0123456789", 1) == std::string::npos) {
@@ -243,6 +247,15 @@ void RunApply(const ApplyOptions& o, Context& context) {
       }
     }
     batch.list->SetTemplateToUse(tpl);
+    for (int32_t i = 1; i <= batch.list->Count(); ++i) {
+      const ExpressionInfo& r = *batch.list->Item(Variant(i));
+      if (auto looping = SelfReferencingParameter(*tpl, &r))
+        return Fail(context,
+                    Visible(r.ExpressionKey) + " " + Visible(r.Description) + " contains <<" +
+                        *looping + ">>, the parameter it would fill " +
+                        "in; filling it in would never end",
+                    2);
+    }
     selected += batch.list->Count();
     if (batch.list->Count() > 0) batches.push_back(std::move(batch));
   }

@@ -592,7 +592,7 @@ void frmExprBld::HandleToolsTemplateEditor() {
     templates.ProductName(builder.ProductName());
     templates.filename(builder.TemplateFile());
     ExprTemplateRef chosen = templates.Item(builder.TemplateName());
-    if (!chosen || chosen->Name().empty() || SelfReferencingParameter(*chosen)) {
+    if (!chosen || chosen->Name().empty()) {
       Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
       return;
     }
@@ -617,6 +617,10 @@ void frmExprBld::HandleToolsTemplateEditor() {
       record->SelRowEnd = record->SelRowStart;
       record->SelColStart = static_cast<int32_t>(start - row_start);
       record->SelColEnd = record->SelColStart + length;
+    }
+    if (SelfReferencingParameter(*chosen, record.get())) {
+      Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
+      return;
     }
     ExpressionList list;
     list.SetSourceControl(builder.SourceControl());

@@ -52,6 +52,10 @@ std::string FirstFieldText(ExpressionList& list) {
 
 }  // namespace
 
+std::string SelfReferenceMessage(const std::string& token) {
+  return "The value may not contain " + token + ": filling it in would never end.";
+}
+
 bool IsPromptMarker(std::string_view value) {
   return value == kMarkerPrompt || value == kMarkerPromptN || value == kMarkerPromptS;
 }
@@ -75,13 +79,19 @@ std::string DisplayBody(std::string_view body) {
   return out;
 }
 
-std::optional<std::string> SelfReferencingParameter(const ExprTemplate& template_) {
+std::optional<std::string> SelfReferencingParameter(const ExprTemplate& template_,
+                                                    const ExpressionInfo* record) {
   for (int32_t i = 1; i <= template_.Parameters().Count(); ++i) {
     const ExprParameter& p = *template_.Parameters().Item(i);
     const std::string token = "<<" + p.Name() + ">>";
-    // Markers are replaced by texts of the record; only literal values are known here.
-    if (p.Value().size() == 2 && p.Value()[0] == '^') continue;
-    if (p.Value().find(token) != std::string::npos) return p.Name();
+    const std::string* text = &p.Value();
+    if (p.Value() == kMarkerCurrentContents)
+      text = record ? &record->ExpressionText : nullptr;
+    else if (p.Value() == kMarkerHighlighted)
+      text = record ? &record->SelectedText : nullptr;
+    else if (p.Value() == kMarkerFirstField || IsPromptMarker(p.Value()))
+      text = nullptr;
+    if (text && text->find(token) != std::string::npos) return p.Name();
   }
   return std::nullopt;
 }
@@ -146,6 +156,7 @@ bool ApplyTemplatetoStrings(ExpressionList& list, ValuePrompter& prompter,
             if (p.PromptEveryRow() && !asked[static_cast<size_t>(i - 1)]) {
               asked[static_cast<size_t>(i - 1)] = true;
               ValuePromptRequest request;
+              request.token = token;
               request.prompt = std::string(kPromptPrefix) + token;
               request.body = display;
               request.description =
@@ -186,7 +197,7 @@ bool ApplyTemplatetoStrings(ExpressionList& list, ValuePrompter& prompter,
 }
 
 DialogPrompter::DialogPrompter(ui::Services services, const KXExpressionBuilder& builder)
-    : dialog_(std::make_unique<frmprompt>(services, builder)) {}
+    : services_(services), dialog_(std::make_unique<frmprompt>(services, builder)) {}
 
 DialogPrompter::~DialogPrompter() = default;
 
@@ -202,14 +213,16 @@ ValuePromptAnswer DialogPrompter::Ask(const ValuePromptRequest& request, Express
   combo.RemoveAll();
   combo.AddItem(std::string(kBlankRow));
   list.BuildRecordFieldComboDropDownList(std::make_shared<ComboItems>(combo));
-  dialog.Show();
   ValuePromptAnswer answer;
-  answer.ok = dialog.Accepted();
-  if (answer.ok) {
+  for (;;) {
+    dialog.Show();
+    answer.ok = dialog.Accepted();
+    if (!answer.ok) return answer;
     answer.value = dialog.Value();
     answer.same_value = dialog.SameValue();
+    if (answer.value.find(request.token) == std::string::npos) return answer;
+    services_.message_box->Show(SelfReferenceMessage(request.token), ui::kMbOk, "");
   }
-  return answer;
 }
 
 void DialogPrompter::Finished() {

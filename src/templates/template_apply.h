@@ -20,6 +20,7 @@ class frmprompt;
 
 // What the prompt dialog shows for one "^?" parameter of one record.
 struct ValuePromptRequest {
+  std::string token;        // "<<Name>>"; an answer containing it is refused
   std::string prompt;       // "Enter a value for: <<Name>>"
   std::string body;         // the template body with every "&" doubled
   std::string description;  // "Parameter (Name), Description - ..."
@@ -52,6 +53,7 @@ class DialogPrompter : public ValuePrompter {
   void Finished() override;
 
  private:
+  ui::Services services_;
   std::unique_ptr<frmprompt> dialog_;
 };
 
@@ -67,8 +69,14 @@ void ArmPrompts(ExprTemplate& template_);
 std::string DisplayBody(std::string_view body);
 
 // A parameter value that contains its own "<<Name>>" makes application loop without end.
-// Returns the name of the first such parameter of `template_`, or nullopt.
-std::optional<std::string> SelfReferencingParameter(const ExprTemplate& template_);
+// Returns the name of the first such parameter of `template_`, or nullopt. With a record,
+// "^c" and "^h" are checked against its texts too; answers to prompts are checked by the
+// prompters.
+std::optional<std::string> SelfReferencingParameter(const ExprTemplate& template_,
+                                                    const ExpressionInfo* record = nullptr);
+
+// Why an answer that contains its own token is refused.
+std::string SelfReferenceMessage(const std::string& token);
 
 // Fills the list's TemplateToUse in for every record from position 1, writing
 // ReplacedSelectedText and ReplacedExpression. Returns false when a prompt was cancelled:

@@ -206,7 +206,25 @@ TEST_F(ApplyTest, SelfReferenceIsFoundBeforeApplying) {
   EXPECT_EQ(SelfReferencingParameter(*t), "A");
   t->ParameterValuebyName("A", "<<B>>");
   EXPECT_EQ(SelfReferencingParameter(*t), std::nullopt);
+  ExpressionInfo record;
+  record.ExpressionText = "f(<<C>>)";
+  auto c = Use("<<C>><<H>>", {{"C", "^c"}, {"H", "^h"}});
+  EXPECT_EQ(SelfReferencingParameter(*c), std::nullopt);
+  EXPECT_EQ(SelfReferencingParameter(*c, &record), "C");
+  record.ExpressionText = "x";
+  record.SelectedText = "<<H>>";
+  EXPECT_EQ(SelfReferencingParameter(*c, &record), "H");
   EXPECT_EQ(DisplayBody("a & b && c"), "a && b &&&& c");
+
+  // The dialog refuses an answer that contains its own token and asks again.
+  Use("<<P>>", {{"P", "^?"}});
+  auto r = AddRecord("x");
+  Answer({"a<<P>>", "b"});
+  EXPECT_TRUE(Apply());
+  EXPECT_EQ(r->ReplacedExpression, "b");
+  ASSERT_EQ(env.driver().Messages().size(), 1u);
+  EXPECT_EQ(env.driver().Messages()[0].text,
+            "The value may not contain <<P>>: filling it in would never end.");
 }
 
 }  // namespace
