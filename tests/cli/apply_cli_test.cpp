@@ -106,7 +106,8 @@ TEST_F(ApplyCliTest, PromptsOnTheTerminalAndTakesSetValues) {
   args.insert(args.end(), select.begin(), select.end());
   // Month once for all; Day per expression, the first by picking field 1; then confirm.
   size_t records = 0;  // the walker skips empty field expressions
-  for (const auto& f : host::ConversionDocument::Load(path_)->Model().target->layouts[0].fields)
+  auto document = host::ConversionDocument::Load(path_);
+  for (const auto& f : document->Model().target->layouts[0].fields)
     records += !f.expression.empty();
   std::string input = "7\ny\n#1\nn\n";
   for (size_t i = 1; i < records; ++i) input += "15\nn\n";
