@@ -36,7 +36,7 @@ class LargePageAllocator {
     if (bytes >= kLargePageSize)
       FreeLargePages(p, bytes);
     else
-      ::operator delete (p, bytes, std::align_val_t{alignof(T)});
+      ::operator delete (p, std::align_val_t{alignof(T)});
   }
   template <typename U>
   bool operator==(const LargePageAllocator<U>&) const {
