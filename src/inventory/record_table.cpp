@@ -40,7 +40,8 @@ const RecordTable::Record* RecordTable::Find(std::string_view key) const {
 }
 
 void RecordTable::Add(Record record, std::string key) {
-  if (Find(key)) Raise(kErrDuplicateKey);
+  if (Find(key))
+    Raise(kErrDuplicateKey, std::string(StandardErrorText(kErrDuplicateKey)) + ": \"" + key + "\"");
   if (entries_.size() >= static_cast<size_t>(INT32_MAX)) Raise(kErrOutOfMemory);
   const size_t hash = HashKey(key);
   entries_.push_back({std::move(record), std::move(key), hash});
