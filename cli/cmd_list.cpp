@@ -1,5 +1,8 @@
-// kxexpr list [--walk NAME] [--all-parameters] [--json] CONVERSION
+// kxexpr list [--walk NAME] [--all-parameters] [--json] CONVERSION|-
 
+#include <filesystem>
+#include <istream>
+#include <iterator>
 #include <ostream>
 
 #ifdef __GLIBC__
@@ -24,6 +27,14 @@ struct ListOptions {
 
 void Collect(ExpressionList& list, RecordList& records) {
   for (int32_t i = 1; i <= list.Count(); ++i) records.push_back(list.Item(Variant(i)));
+}
+
+// The document at `path`, or on standard input for "-" (code modules then resolve against
+// the current folder).
+std::shared_ptr<host::ConversionDocument> LoadDocument(const std::string& path, Context& context) {
+  if (path != "-") return host::ConversionDocument::Load(path);
+  std::string text(std::istreambuf_iterator<char>(context.in), {});
+  return host::ConversionDocument::Parse(text, "<stdin>", std::filesystem::current_path());
 }
 
 void RunList(const ListOptions& o, Context& context) {
@@ -51,7 +62,7 @@ void RunList(const ListOptions& o, Context& context) {
   mallopt(M_TRIM_THRESHOLD, 512 << 20);
   mallopt(M_TOP_PAD, 16 << 20);
 #endif
-  auto document = host::ConversionDocument::Load(o.conversion);
+  auto document = LoadDocument(o.conversion, context);
   const bool parameters_only = !o.all_parameters;
   RecordList records;
   const Walk* failed = nullptr;
@@ -74,22 +85,30 @@ void RunList(const ListOptions& o, Context& context) {
     ExpressionList list;
     list.SetSourceControl(document->Source());
     list.SetTargetControl(document->Target());
+    RecordList later;  // the record layouts after the first, in the default listing
     try {
-      w->run(list, parameters_only);
+      if (chosen)
+        w->run(list, parameters_only);
+      else
+        WalkEveryLayout(*w, list, parameters_only,
+                        [&](Record r) { later.push_back(std::move(r)); });
     } catch (...) {
       failure = CurrentError();
       failed = w;
     }
     if (o.json) {
-      for (int32_t i = 1; i <= list.Count(); ++i) {
-        AppendJsonRecord(json, *list.Item(Variant(i)), first);
+      auto emit = [&](const ExpressionInfo& record) {
+        AppendJsonRecord(json, record, first);
         if (json.size() > (1u << 20)) {
           context.out << json;
           json.clear();
         }
-      }
+      };
+      for (int32_t i = 1; i <= list.Count(); ++i) emit(*list.Item(Variant(i)));
+      for (const Record& r : later) emit(*r);
     } else {
       Collect(list, records);
+      records.insert(records.end(), later.begin(), later.end());
     }
     if (failed) break;
   }
@@ -114,11 +133,17 @@ CommandRegistrar reg(30, [](CLI::App& app, Context& context) {
   auto* cmd = app.add_subcommand(
       "list",
       "List the expressions of a conversion document: type, key, description and text.\n"
-      "Without --walk every walker runs into a list of its own, so every expression shows.\n"
+      "Without --walk every walker runs into a list of its own, so every expression shows;\n"
+      "the record-layout events (types 4, 5) and target fields (8) of every record layout\n"
+      "are listed, although the component's walkers keep to layout 0: the command walks the\n"
+      "others the same way, with keys srl1..., trl1... and the same descriptions.\n"
       "With --walk one walker or composite runs into one list, exactly as the component\n"
-      "does (a composite stops at the first duplicate key, after listing what it found).\n"
+      "does (layout 0 only; a composite stops at the first duplicate key, after listing what\n"
+      "it found, and names the key).\n"
       "Keys contain the escape character, shown as \u241B in the table and as \\u001b in JSON.");
-  cmd->add_option("CONVERSION", o->conversion, "The conversion document (JSON)")->required();
+  cmd->add_option("CONVERSION", o->conversion,
+                  "The conversion document (JSON); \"-\" reads standard input")
+      ->required();
   std::string walk_help = "Walker or composite to run:";
   for (const Walk& w : Walks()) walk_help += " " + w.name;
   walk_help += " (or the member name, e.g. BuildSortFieldExpressionList)";

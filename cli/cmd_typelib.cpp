@@ -3,6 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
+#include <istream>
+#include <iterator>
 #include <ostream>
 
 #include "command.h"
@@ -125,7 +128,8 @@ CommandRegistrar reg(50, [](CLI::App& app, Context& context) {
       "typelib",
       "Dump a type library: every type, member, parameter, type name, default value and\n"
       "constant, with doc strings and help contexts. FILE is an MSFT .tlb or a PE file\n"
-      "(.dll/.ocx/.tlb) carrying one; \"FILE\\N\" selects TYPELIB resource N (default 1).\n"
+      "(.dll/.ocx/.tlb) carrying one; \"FILE\\N\" selects TYPELIB resource N (default 1);\n"
+      "\"-\" (or \"-\\N\") reads the library from standard input.\n"
       "With --registered, list the libraries the registry registers, as the \"Type Libraries\"\n"
       "node shows them (registry: --registry, else $KXEXPR_REGISTRY, else $WINEPREFIX/system.reg,\n"
       "else ~/.wine/system.reg, else the bundled data/kxexpr.reg).");
@@ -136,7 +140,8 @@ CommandRegistrar reg(50, [](CLI::App& app, Context& context) {
     std::string registry;
   };
   auto o = std::make_shared<Options>();
-  cmd->add_option("FILE", o->file, "Type library, optionally followed by \\N");
+  cmd->add_option("FILE", o->file,
+                  "Type library, optionally followed by \\N; \"-\" reads standard input");
   cmd->add_flag("--json", o->json, "Print JSON instead of text");
   cmd->add_flag("--registered", o->registered, "List the registered type libraries");
   cmd->add_option("--registry", o->registry,
@@ -163,7 +168,15 @@ CommandRegistrar reg(50, [](CLI::App& app, Context& context) {
     std::string path;
     int id = 1;
     SplitLibraryPath(o->file, path, id);
-    Library lib = OpenLibrary(o->file, MakeFileImportResolver(path));
+    Library lib;
+    if (path == "-") {
+      // Imported libraries are looked for in the current folder (and Wine's).
+      const std::string bytes(std::istreambuf_iterator<char>(context.in), {});
+      lib = ReadLibrary(bytes, "<stdin>", id,
+                        MakeFileImportResolver((std::filesystem::current_path() / "-").string()));
+    } else {
+      lib = OpenLibrary(o->file, MakeFileImportResolver(path));
+    }
     if (o->json)
       context.out << LibraryJson(lib).dump(2) << '\n';
     else

@@ -25,7 +25,10 @@ struct CommandRegistrar {
   CommandRegistrar(int order, CommandSetup setup);
 };
 
-// Runs the command line; returns the process exit status.
+// Runs the command line; returns the process exit status. Everything a command writes
+// passes a filter that shows control characters instead of sending them (^X; \u007f and
+// \u0080-\u009f for DEL and C1, as JSON spells them), and output that cannot be written
+// (a full disk, a closed pipe) is an error: a message and a non-zero status.
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err, std::istream& in);
 int Run(const std::vector<std::string>& args, std::ostream& out, std::ostream& err,
         std::istream& in);

@@ -141,6 +141,10 @@ std::string Visible(std::string_view text) {
   return out;
 }
 
+std::string TextAsUtf8(std::string_view text) {
+  return AsUtf8(text);
+}
+
 std::string KeyFromVisible(std::string_view text) {
   return ReplaceAll(text, kEscPicture, "\x1b");
 }

@@ -81,9 +81,9 @@ struct Conversion {
 
 class ConversionDocument : public std::enable_shared_from_this<ConversionDocument> {
  public:
-  // Reads a document. Malformed or ill-typed input raises an Error whose description
-  // starts "FILE:LINE:COLUMN: ". Relative code-module names resolve against the file's
-  // folder.
+  // Reads a document. Malformed or ill-typed input, and a member given twice in one
+  // object, raise an Error whose description starts "FILE:LINE:COLUMN: ". Relative code-module
+  // names resolve against the file's folder.
   static std::shared_ptr<ConversionDocument> Load(const std::filesystem::path& path);
   // Reads a document from text; `origin` names it in messages.
   static std::shared_ptr<ConversionDocument> Parse(std::string_view text,
@@ -92,8 +92,9 @@ class ConversionDocument : public std::enable_shared_from_this<ConversionDocumen
 
   // The document as JSON text, in the layout Save writes.
   std::string ToJson() const;
-  // Writes to a temporary file beside `path` and renames it over `path`: a failed save
-  // leaves the old file as it was.
+  // Saves with WriteFileAtomic: a temporary file beside the file `path` names (links
+  // followed) renamed over it, owner, group and mode kept, a read-only file refused; a failed
+  // save leaves the old file as it was. Inside a FileLock on the file it writes under it.
   void Save(const std::filesystem::path& path) const;
   void Save() const { Save(path_); }
 

@@ -351,6 +351,112 @@ class Reader {
   std::unordered_map<std::string, size_t> type_index_;
 };
 
+// Builds the document as nlohmann's own parser does, and stops at the first object key that
+// its object already has: JSON readers keep one of the two silently, and a save would then
+// drop the other. Remembers where that was, for the message.
+class DuplicateCheckingSax {
+ public:
+  explicit DuplicateCheckingSax(json& result) : dom_(result, true) {}
+
+  bool null() {
+    Value();
+    return dom_.null();
+  }
+  bool boolean(bool v) {
+    Value();
+    return dom_.boolean(v);
+  }
+  bool number_integer(json::number_integer_t v) {
+    Value();
+    return dom_.number_integer(v);
+  }
+  bool number_unsigned(json::number_unsigned_t v) {
+    Value();
+    return dom_.number_unsigned(v);
+  }
+  bool number_float(json::number_float_t v, const json::string_t& s) {
+    Value();
+    return dom_.number_float(v, s);
+  }
+  bool string(json::string_t& v) {
+    Value();
+    return dom_.string(v);
+  }
+  bool binary(json::binary_t& v) {
+    Value();
+    return dom_.binary(v);
+  }
+  bool start_object(std::size_t n) {
+    Value();
+    frames_.push_back({true, keys_.size(), 0});
+    return dom_.start_object(n);
+  }
+  bool key(json::string_t& k) {
+    for (size_t i = frames_.back().first_key; i < keys_.size(); ++i)
+      if (keys_[i] == k) {
+        duplicate_ = k;
+        return false;
+      }
+    keys_.push_back(k);
+    return dom_.key(k);
+  }
+  bool end_object() {
+    keys_.resize(frames_.back().first_key);
+    frames_.pop_back();
+    return dom_.end_object();
+  }
+  bool start_array(std::size_t n) {
+    Value();
+    frames_.push_back({false, keys_.size(), 0});
+    return dom_.start_array(n);
+  }
+  bool end_array() {
+    frames_.pop_back();
+    return dom_.end_array();
+  }
+  bool parse_error(std::size_t position, const std::string& last_token,
+                   const nlohmann::detail::exception& ex) {
+    return dom_.parse_error(position, last_token, ex);
+  }
+
+  // After a stop: the repeated key, and the path of the object that holds it twice (views
+  // into this object's keys).
+  const std::string& Duplicate() const { return duplicate_; }
+  std::vector<PathStep> DuplicatePath() const {
+    std::vector<PathStep> path;
+    for (size_t f = 0; f + 1 < frames_.size(); ++f) {
+      if (frames_[f].object) {
+        // The member leading on is the last key this object has seen.
+        size_t end = keys_.size();
+        for (size_t g = f + 1; g < frames_.size(); ++g)
+          if (frames_[g].object) {
+            end = frames_[g].first_key;
+            break;
+          }
+        path.emplace_back(std::string_view(keys_[end - 1]));
+      } else {
+        path.emplace_back(frames_[f].elements - 1);
+      }
+    }
+    return path;
+  }
+
+ private:
+  struct Frame {
+    bool object;
+    size_t first_key;  // this object's keys are keys_[first_key, next object's first_key)
+    size_t elements;   // an array's elements so far
+  };
+  void Value() {
+    if (!frames_.empty() && !frames_.back().object) ++frames_.back().elements;
+  }
+
+  nlohmann::detail::json_sax_dom_parser<json> dom_;
+  std::vector<Frame> frames_;
+  std::vector<std::string> keys_;
+  std::string duplicate_;
+};
+
 // nlohmann's message without its own prefix and position.
 std::string SyntaxMessage(const std::string& what) {
   size_t column = what.find("column ");
@@ -472,7 +578,18 @@ std::shared_ptr<ConversionDocument> ConversionDocument::Parse(
     std::string_view text, const std::string& origin, const std::filesystem::path& base_dir) {
   json root;
   try {
-    root = json::parse(text.begin(), text.end());
+    DuplicateCheckingSax sax(root);
+    if (!json::sax_parse(text.begin(), text.end(), &sax)) {
+      const std::vector<PathStep> object = sax.DuplicatePath();
+      const std::string& key = sax.Duplicate();
+      const TextLocation first = LocationOf(text, LocateMemberKey(text, object, key, 0));
+      const TextLocation second = LocationOf(text, LocateMemberKey(text, object, key, 1));
+      throw Error(kErrInvalidCall, origin + ":" + std::to_string(second.line) + ":" +
+                                       std::to_string(second.column) + ": " + PathText(object) +
+                                       ": member \"" + key + "\" appears twice (first at line " +
+                                       std::to_string(first.line) + ", column " +
+                                       std::to_string(first.column) + ")");
+    }
   } catch (const json::parse_error& e) {
     size_t offset = e.byte > 0 ? e.byte - 1 : 0;
     TextLocation loc = LocationOf(text, offset);

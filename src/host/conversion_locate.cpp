@@ -211,6 +211,29 @@ size_t LocateValue(std::string_view text, const std::vector<PathStep>& path) {
   return best;
 }
 
+size_t LocateMemberKey(std::string_view text, const std::vector<PathStep>& object_path,
+                       std::string_view key, size_t occurrence) {
+  Scanner sc(text);
+  sc.pos = LocateValue(text, object_path);
+  if (sc.Peek() != '{') return std::string::npos;
+  ++sc.pos;
+  for (;;) {
+    sc.SkipSpace();
+    if (sc.Peek() != '"') return std::string::npos;
+    const size_t at = sc.pos;
+    std::string name;
+    if (!sc.ReadString(&name)) return std::string::npos;
+    if (name == key && occurrence-- == 0) return at;
+    sc.SkipSpace();
+    if (sc.Peek() != ':') return std::string::npos;
+    ++sc.pos;
+    if (!sc.SkipValue()) return std::string::npos;
+    sc.SkipSpace();
+    if (sc.Peek() != ',') return std::string::npos;
+    ++sc.pos;
+  }
+}
+
 std::string PathText(const std::vector<PathStep>& path) {
   std::string out;
   for (const PathStep& step : path) {

@@ -26,6 +26,12 @@ TextLocation LocationOf(std::string_view text, size_t offset);
 // where it cannot go on.
 size_t LocateValue(std::string_view text, const std::vector<PathStep>& path);
 
+// Offset of the opening quote of the `occurrence`-th (from 0) member named `key` of the
+// object at `object_path` (keys compare after their escapes are decoded); npos when there
+// is none.
+size_t LocateMemberKey(std::string_view text, const std::vector<PathStep>& object_path,
+                       std::string_view key, size_t occurrence);
+
 // The path as a reader would write it: source.recordLayouts[1].name
 std::string PathText(const std::vector<PathStep>& path);
 

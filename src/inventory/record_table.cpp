@@ -53,7 +53,8 @@ void RecordTable::Add(Record record, std::string key) {
   if ((entries_.size() + 1) * 2 > index_.size()) Rebuild(index_.empty() ? 16 : index_.size() * 2);
   const size_t hash = HashKey(key);
   const size_t slot = Probe(key, hash);
-  if (index_[slot] != 0) Raise(kErrDuplicateKey);
+  if (index_[slot] != 0)
+    Raise(kErrDuplicateKey, std::string(StandardErrorText(kErrDuplicateKey)) + ": \"" + key + "\"");
   entries_.push_back({std::move(record), std::move(key), hash});
   index_[slot] = Tag(hash) | entries_.size();
 }

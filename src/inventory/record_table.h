@@ -21,7 +21,8 @@ class RecordTable {
   int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
   bool Empty() const { return entries_.empty(); }
 
-  // Appends under `key`; a key already present raises 457.
+  // Appends under `key`; a key already present raises 457, naming the key in the
+  // description after the standard text.
   void Add(Record record, std::string key);
   // The record at a 1-based position; others raise 9.
   const Record& Item(int32_t position) const;

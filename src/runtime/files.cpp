@@ -1,44 +1,40 @@
 #include "runtime/files.h"
 
-#ifdef _WIN32
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <random>
 
 #include "runtime/error.h"
+#include "runtime/files_detail.h"
 
 namespace kx {
 
 namespace fs = std::filesystem;
 
-namespace {
+namespace detail {
 
-bool SyncToDisk(std::FILE* f) {
-#ifdef _WIN32
-  return ::_commit(::_fileno(f)) == 0;
-#else
-  return ::fsync(fileno(f)) == 0;
-#endif
-}
-
-[[noreturn]] void RaiseIo(const fs::path& path, int err) {
+void RaiseIo(const fs::path& path, int err) {
   if (err == ENOENT) throw Error(kErrFileNotFound, "File not found: " + path.string());
   if (err == EACCES || err == EPERM)
     throw Error(kErrPermissionDenied, "Permission denied: " + path.string());
+#ifdef EDQUOT
+  if (err == EDQUOT) throw Error(kErrDiskFull, "Disk full: " + path.string());
+#endif
+  if (err == ENOSPC) throw Error(kErrDiskFull, "Disk full: " + path.string());
   throw Error(kErrPathFileAccess,
               "Path/File access error: " + path.string() + ": " + std::strerror(err));
 }
 
+}  // namespace detail
+
+using detail::RaiseIo;
+
+namespace {
+
 // Writes and closes `f`; raises after closing when either fails.
-void WriteAndClose(std::FILE* f, const fs::path& path, std::string_view bytes, bool sync) {
+void WriteAndClose(std::FILE* f, const fs::path& path, std::string_view bytes) {
   bool ok = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
-  ok = ok && std::fflush(f) == 0 && (!sync || SyncToDisk(f));
+  ok = ok && std::fflush(f) == 0;
   int err = errno;
   if (std::fclose(f) != 0 && ok) {
     ok = false;
@@ -68,35 +64,20 @@ std::string ReadWholeFile(const fs::path& path) {
 void WriteWholeFile(const fs::path& path, std::string_view bytes) {
   std::FILE* f = OpenFile(path, "wb");
   if (!f) RaiseIo(path, errno);
-  WriteAndClose(f, path, bytes, false);
+  WriteAndClose(f, path, bytes);
 }
 
 void WriteFileAtomic(const fs::path& path, std::string_view bytes) {
-  fs::path dir = path.parent_path();
-  if (dir.empty()) dir = ".";
-  std::random_device rd;
-  // Built by appending: GCC 12 misreads "." + name as an overlapping copy (-Wrestrict).
-  std::string name = ".";
-  name += path.filename().string();
-  name += ".tmp";
-  name += std::to_string(rd() % 1000000);
-  fs::path tmp = dir / name;
-  std::FILE* f = OpenFile(tmp, "wb");
-  if (!f) RaiseIo(tmp, errno);
-  try {
-    WriteAndClose(f, tmp, bytes, true);
-    // Keep the permissions of the file being replaced.
-    std::error_code ec;
-    auto perms = fs::status(path, ec).permissions();
-    if (!ec) fs::permissions(tmp, perms, ec);
-    std::error_code rename_error;
-    fs::rename(tmp, path, rename_error);
-    if (rename_error) RaiseIo(path, rename_error.default_error_condition().value());
-  } catch (...) {
-    std::error_code ec;
-    fs::remove(tmp, ec);
-    throw;
-  }
+  AtomicFileWriter writer(path);
+  writer.Write(bytes);
+  writer.Commit();
+}
+
+void LockedUpdate(const fs::path& path,
+                  const std::function<std::string(const std::string& old_bytes)>& change) {
+  FileLock lock(path);
+  const std::string old_bytes = ReadWholeFile(lock.Target());
+  WriteFileAtomic(lock.Target(), change(old_bytes));
 }
 
 bool FileExists(const fs::path& path) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -30,11 +32,16 @@ TEST(ListCliTest, DefaultListingShowsEveryExpressionWithVisibleKeys) {
   EXPECT_NE(r.out.find("Source Filter(0)"), std::string::npos);
   EXPECT_NE(r.out.find("Target Filter(0)"), std::string::npos);
   EXPECT_NE(r.out.find("End Function"), std::string::npos) << "code modules in full";
-  EXPECT_NE(r.out.find("\n27 expressions\n"), std::string::npos);
+  // Record layout 1 of the target ("Rejects") too, although the component walks layout 0.
+  EXPECT_NE(r.out.find("trl1\xE2\x90\x9B"
+                       "f1"),
+            std::string::npos);
+  EXPECT_NE(r.out.find("Target Record (Rejects) Field (Reason)"), std::string::npos);
+  EXPECT_NE(r.out.find("\n29 expressions\n"), std::string::npos);
   EXPECT_EQ(r.err, "");
 
   Result all = RunCli({"list", "--all-parameters", kSample});
-  EXPECT_NE(all.out.find("\n36 expressions\n"), std::string::npos) << all.out;
+  EXPECT_NE(all.out.find("\n38 expressions\n"), std::string::npos) << all.out;
 }
 
 TEST(ListCliTest, JsonListsTheSameRecordsWithEscapedKeys) {
@@ -42,7 +49,7 @@ TEST(ListCliTest, JsonListsTheSameRecordsWithEscapedKeys) {
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.out.find('\x1b'), std::string::npos);
   auto records = nlohmann::json::parse(r.out);
-  ASSERT_EQ(records.size(), 27u);
+  ASSERT_EQ(records.size(), 29u);
   std::vector<int> types;
   for (const auto& rec : records) types.push_back(rec["ExpressionType"].get<int>());
   EXPECT_TRUE(std::is_sorted(types.begin(), types.end())) << "one walker after the other";
@@ -64,7 +71,7 @@ TEST(ListCliTest, ANamedCompositeStopsAtTheDuplicateKeyAfterListing) {
   EXPECT_NE(r.out.find("\n19 expressions\n"), std::string::npos) << r.out;
   EXPECT_EQ(r.err,
             "kxexpr: list: BuildCompleteConversionExpressionList stopped: This key is already "
-            "associated with an element of this collection (457)\n");
+            "associated with an element of this collection: \"sfilt0\" (457)\n");
   Result j = RunCli({"list", "--json", "--walk", "BuildCompleteConversionExpressionList", kSample});
   EXPECT_EQ(j.code, 1);
   EXPECT_EQ(nlohmann::json::parse(j.out).size(), 19u);
@@ -104,6 +111,91 @@ TEST(ListCliTest, BadArgumentsAndBadDocuments) {
   EXPECT_NE(partial.out.find("\n2 expressions\n"), std::string::npos);
   EXPECT_NE(partial.err.find("BuildCodeModuleExpressionList stopped: File not found"),
             std::string::npos);
+  fs::remove_all(dir);
+}
+
+const char* kThreeLayouts = R"({
+  "actionTypes": [{"name": "Log", "parameters": [{"name": "Message", "kind": 2},
+                                                 {"name": "Level", "kind": 1}]}],
+  "source": {"type": "S", "recordLayouts": [
+    {"name": "A", "fields": ["a"],
+     "events": [{"name": "E0", "actions": [{"type": "Log", "parameters": ["\"a0\"", "1"]}]}]},
+    {"name": "B", "fields": ["b"],
+     "events": [{"name": "E1", "actions": [{"type": "Log", "parameters": ["\"b0\""]},
+                                           {"type": "Log", "parameters": ["\"b1\"", "2"]}]},
+                {"name": "E2", "actions": [{"type": "Log", "parameters": ["\"b2\""]}]}]},
+    {"name": "C", "fields": ["c"]}]},
+  "target": {"type": "T", "recordLayouts": [
+    {"name": "X", "fields": [{"name": "x", "expression": "1"}],
+     "events": [{"name": "F0", "actions": [{"type": "Log", "parameters": ["\"x0\""]}]}]},
+    {"name": "Y", "fields": ["skip", {"name": "y", "expression": "2"}],
+     "events": [{"name": "F1", "actions": [{"type": "Log", "parameters": ["\"y0\"", "7"]}]}]},
+    {"name": "Z", "fields": [{"name": "z", "expression": ["3", "4"]}]}]}
+})";
+
+TEST(ListCliTest, EveryRecordLayoutIsListedAsTheComponentWouldListItAsLayoutZero) {
+  auto dir = fs::temp_directory_path() / ("kx_list_layouts_" + std::to_string(::getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  const std::string path = (dir / "c.json").string();
+  WriteWholeFile(path, kThreeLayouts);
+  for (bool all : {false, true}) {
+    std::vector<std::string> args = {"list", "--json"};
+    if (all) args.push_back("--all-parameters");
+    args.push_back(path);
+    Result r = RunCli(args);
+    ASSERT_EQ(r.code, 0) << r.err;
+    auto ours = nlohmann::json::parse(r.out);
+    struct Case {
+      int type;
+      const char* walk;
+      const char* side;
+      int layouts;
+    };
+    for (const Case& c :
+         {Case{4, "source-layout-events", "source", 3},
+          Case{5, "target-layout-events", "target", 3}, Case{8, "target-fields", "target", 3}}) {
+      for (int k = 0; k < c.layouts; ++k) {
+        SCOPED_TRACE(std::string(c.walk) + " layout " + std::to_string(k) + (all ? " all" : ""));
+        // The document with layout k moved to the front, walked by the component alone.
+        auto doc = nlohmann::ordered_json::parse(kThreeLayouts);
+        auto& layouts = doc[c.side]["recordLayouts"];
+        std::swap(layouts[0], layouts[static_cast<size_t>(k)]);
+        WriteWholeFile(dir / "swapped.json", doc.dump());
+        std::vector<std::string> walk_args = {"list", "--json", "--walk", c.walk};
+        if (all && c.type != 8) walk_args.push_back("--all-parameters");
+        walk_args.push_back((dir / "swapped.json").string());
+        Result component = RunCli(walk_args);
+        ASSERT_EQ(component.code, 0) << component.err;
+        nlohmann::json expected = nlohmann::json::array();
+        for (auto record : nlohmann::json::parse(component.out)) {
+          std::string key = record["ExpressionKey"];
+          key.replace(key.find('0'), 1, std::to_string(k));
+          record["ExpressionKey"] = key;
+          record["RLOrdinalPosition"] = k;
+          expected.push_back(record);
+        }
+        nlohmann::json listed = nlohmann::json::array();
+        for (const auto& record : ours)
+          if (record["ExpressionType"] == c.type && record["RLOrdinalPosition"] == k)
+            listed.push_back(record);
+        EXPECT_EQ(listed, expected);
+        if (c.type == 4 && k == 1) {
+          EXPECT_EQ(listed.size(), all ? 4u : 3u);
+        }
+        if (c.type == 8 && k == 2) {
+          EXPECT_EQ(listed.size(), 1u);
+        }
+      }
+    }
+  }
+  // --walk keeps to the component's layout 0.
+  Result walk = RunCli({"list", "--walk", "source-layout-events", path});
+  EXPECT_NE(walk.out.find("\n1 expression\n"), std::string::npos) << walk.out;
+  Result table = RunCli({"list", path});
+  EXPECT_NE(table.out.find("Source Record (B), Event2: E2, Action1: Log, Parameter1: Message"),
+            std::string::npos)
+      << table.out;
   fs::remove_all(dir);
 }
 

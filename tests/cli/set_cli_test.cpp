@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <sstream>
 
 #include "host/conversion_document.h"
+#include "inventory_view.h"
 #include "run_cli.h"
 #include "runtime/files.h"
 
@@ -45,7 +47,7 @@ TEST_F(SetCliTest, ReplacesOneExpressionAndSaves) {
             R"(Records("OrderLine").Fields("OrderNo"))");
 
   // A raw escape in the key works too; a kind-0 parameter is addressable as listed with
-  // --all-parameters; TEXT "-" reads standard input.
+  // --all-parameters; TEXT "-" reads standard input, less its trailing line end.
   Result raw = RunCli({"set", path_, "2",
                        "se0\x1b"
                        "a0\x1b"
@@ -53,7 +55,7 @@ TEST_F(SetCliTest, ReplacesOneExpressionAndSaves) {
                        "-"},
                       "Counter\r\n");
   ASSERT_EQ(raw.code, 0) << raw.err;
-  EXPECT_EQ(Reload()->Model().source->events[0].actions[0].parameters[0], "Counter\r\n");
+  EXPECT_EQ(Reload()->Model().source->events[0].actions[0].parameters[0], "Counter");
 
   Result rl = RunCli({"set", path_, "5",
                       "srl0\xE2\x90\x9B"
@@ -70,7 +72,7 @@ TEST_F(SetCliTest, ReplacesOneExpressionAndSaves) {
   EXPECT_NE(Reload()->Model().source->filters[0], "True") << "type tells the sides apart";
 }
 
-TEST_F(SetCliTest, CodeModulesAreWrittenInPlace) {
+TEST_F(SetCliTest, CodeModulesAreWrittenInPlaceWithAWarningOrTruncated) {
   const std::string module = (dir_ / "modules" / "date_helpers.txt").string();
   const std::string before = ReadWholeFile(module);
   const std::string doc_before = ReadWholeFile(path_);
@@ -78,6 +80,159 @@ TEST_F(SetCliTest, CodeModulesAreWrittenInPlace) {
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(ReadWholeFile(module), "' short" + before.substr(7));
   EXPECT_EQ(ReadWholeFile(path_), doc_before) << "the document itself is not rewritten";
+  EXPECT_EQ(r.err, "kxexpr: set: warning: " + module + " keeps the last " +
+                       std::to_string(before.size() - 7) +
+                       " bytes of its old text after the new one (a code module is written "
+                       "over, not truncated); --truncate writes the new text alone\n");
+
+  // A text as long as the old one or longer needs no warning.
+  Result longer = RunCli({"set", path_, "10", module, before + "' more"});
+  ASSERT_EQ(longer.code, 0) << longer.err;
+  EXPECT_EQ(longer.err, "");
+
+  Result cut = RunCli({"set", "--truncate", path_, "10", module, "-"}, "' only\n");
+  ASSERT_EQ(cut.code, 0) << cut.err;
+  EXPECT_EQ(cut.err, "");
+  EXPECT_EQ(ReadWholeFile(module), "' only");
+  EXPECT_EQ(ReadWholeFile(path_), doc_before);
+  EXPECT_EQ(RunCli({"set", "--truncate", path_, "6", "sfilt0", "x"}).code, 2)
+      << "--truncate is for code modules";
+}
+
+TEST(TextFromStandardInputTest, LfBecomesCrLfAndOneTrailingLineEndGoes) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"CLng(0)\n", "CLng(0)"},
+      {"CLng(0)\r\n", "CLng(0)"},
+      {"CLng(0)", "CLng(0)"},
+      {"If a Then\n  1\nEnd If\n", "If a Then\r\n  1\r\nEnd If"},
+      {"If a Then\r\n  1\nEnd If", "If a Then\r\n  1\r\nEnd If"},
+      {"a\n\n", "a\r\n"},
+      {"\n", ""},
+      {"", ""},
+      {"a\rb\n", "a\rb"},
+  };
+  for (const auto& [raw, text] : cases) EXPECT_EQ(TextFromStandardInput(raw), text) << raw;
+}
+
+TEST_F(SetCliTest, StandardInputTextsUseTheLanguagesLineBreak) {
+  Result r = RunCli({"set", path_, "8",
+                     "trl0\x1b"
+                     "f1",
+                     "-"},
+                    "If x Then\n  1\nElse\n  2\nEnd If\n");
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(Reload()->Model().target->layouts[0].fields[1].expression,
+            "If x Then\r\n  1\r\nElse\r\n  2\r\nEnd If");
+  // Saved as an array of lines, as every text with line breaks is.
+  EXPECT_NE(ReadWholeFile(path_).find("\"If x Then\",\n"), std::string::npos);
+}
+
+TEST_F(SetCliTest, CheckRefusesATextWithErrors) {
+  const std::string before = ReadWholeFile(path_);
+  Result bad = RunCli({"set", "--check", path_, "8",
+                       "trl0\x1b"
+                       "f1",
+                       "-"},
+                      "If x Then\n  1\n");
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_EQ(bad.err.substr(0, bad.err.find('\n')),
+            "kxexpr: set: the new text has errors; " + path_ + " is left as it is");
+  EXPECT_NE(bad.err.find("\n<stdin>:1:1: If without End If"), std::string::npos) << bad.err;
+  EXPECT_EQ(ReadWholeFile(path_), before);
+
+  Result arg = RunCli({"set", "--check", path_, "6", "sfilt0", "1 +"});
+  EXPECT_EQ(arg.code, 1);
+  EXPECT_NE(arg.err.find("\nTEXT:1:4: "), std::string::npos) << arg.err;
+  EXPECT_EQ(ReadWholeFile(path_), before);
+
+  Result good = RunCli({"set", "--check", path_, "6", "sfilt0", "1 + 2"});
+  EXPECT_EQ(good.code, 0) << good.err;
+  EXPECT_EQ(Reload()->Model().source->filters[0], "1 + 2");
+  EXPECT_EQ(
+      RunCli({"set", "--check", path_, "10", (dir_ / "modules" / "date_helpers.txt").string(), "x"})
+          .code,
+      2)
+      << "the checker reads expressions, not code modules";
+}
+
+const char* kLayouts = R"({
+  "actionTypes": [{"name": "Log", "parameters": [{"name": "Message", "kind": 2},
+                                                 {"name": "Level", "kind": 1}]}],
+  "source": {"type": "S", "recordLayouts": [
+    {"name": "A", "fields": ["a"],
+     "events": [{"name": "E0", "actions": [{"type": "Log", "parameters": ["\"a0\"", "1"]}]}]},
+    {"name": "B", "fields": ["b"],
+     "events": [{"name": "E1", "actions": [{"type": "Log", "parameters": ["\"b0\""]},
+                                           {"type": "Log", "parameters": ["\"b1\"", "2"]}]}]}]},
+  "target": {"type": "T", "recordLayouts": [
+    {"name": "X", "fields": [{"name": "x", "expression": "1"}],
+     "events": [{"name": "F0", "actions": [{"type": "Log", "parameters": ["\"x0\""]}]}]},
+    {"name": "Y", "fields": ["skip", {"name": "y", "expression": "2"}],
+     "events": [{"name": "F1", "actions": [{"type": "Log", "parameters": ["\"y0\""]}]}]},
+    {"name": "Z", "fields": [{"name": "z", "expression": "3"}]}]}
+})";
+
+TEST_F(SetCliTest, ReachesEveryRecordLayout) {
+  WriteWholeFile(path_, kLayouts);
+  struct Case {
+    int type;
+    std::string key;  // as listed
+    std::function<std::string(const host::Conversion&)> stored;
+  };
+  const Case cases[] = {
+      {4,
+       "srl1\x1b"
+       "e0\x1b"
+       "a1\x1b"
+       "p0",
+       [](const host::Conversion& c) {
+         return c.source->layouts[1].events[0].actions[1].parameters[0];
+       }},
+      {4,
+       "srl1\x1b"
+       "e0\x1b"
+       "a1\x1b"
+       "p1",  // a kind-1 parameter, listed with --all-parameters
+       [](const host::Conversion& c) {
+         return c.source->layouts[1].events[0].actions[1].parameters[1];
+       }},
+      {5,
+       "srl1\x1b"
+       "e0\x1b"
+       "a0\x1b"
+       "p0",
+       [](const host::Conversion& c) {
+         return c.target->layouts[1].events[0].actions[0].parameters[0];
+       }},
+      {8,
+       "trl1\x1b"
+       "f1",
+       [](const host::Conversion& c) { return c.target->layouts[1].fields[1].expression; }},
+      {8,
+       "trl2\x1b"
+       "f0",
+       [](const host::Conversion& c) { return c.target->layouts[2].fields[0].expression; }},
+      {8,
+       "trl0\x1b"
+       "f0",
+       [](const host::Conversion& c) { return c.target->layouts[0].fields[0].expression; }},
+  };
+  int n = 0;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.key);
+    const std::string text = "\"new" + std::to_string(++n) + "\"";
+    Result r = RunCli({"set", path_, std::to_string(c.type), c.key, text});
+    ASSERT_EQ(r.code, 0) << r.err;
+    auto doc = Reload();
+    EXPECT_EQ(c.stored(doc->Model()), text);
+  }
+  // Nothing else moved: layout 0 of the source still says what it said.
+  EXPECT_EQ(Reload()->Model().source->layouts[0].events[0].actions[0].parameters[0], "\"a0\"");
+  Result none = RunCli({"set", path_, "8",
+                        "trl3\x1b"
+                        "f0",
+                        "1"});
+  EXPECT_EQ(none.code, 1);
 }
 
 TEST_F(SetCliTest, UnknownAddressesChangeNothing) {

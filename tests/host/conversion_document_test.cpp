@@ -197,6 +197,42 @@ TEST(ConversionDocumentTest, LocatorFindsValuesThroughEscapesAndNesting) {
   EXPECT_EQ(PathText({std::string("a"), size_t{2}, std::string("b")}), "a[2].b");
 }
 
+TEST(ConversionDocumentTest, ADuplicateMemberIsRefusedWhereverItIs) {
+  // Before, the last of two members won silently and the next save dropped the first.
+  struct Case {
+    std::string text;
+    std::string message;  // the whole description
+  };
+  const Case cases[] = {
+      {"{\n  \"target\": {\"type\": \"T\"},\n  \"target\": {\"type\": \"U\"}\n}\n",
+       "t.json:3:3: (document): member \"target\" appears twice (first at line 2, column 3)"},
+      {R"({"source": {"type": "S", "filters": ["a"], "filters": []}})",
+       "t.json:1:44: source: member \"filters\" appears twice (first at line 1, column 26)"},
+      {"{\"target\": {\"type\": \"T\", \"recordLayouts\": [{\"name\": \"A\"},\n"
+       "  {\"name\": \"B\", \"fields\": [\"x\", {\"name\": \"y\", \"expression\": \"1\",\n"
+       "   \"name\": \"z\"}]}]}}",
+       "t.json:3:4: target.recordLayouts[1].fields[1]: member \"name\" appears twice (first at "
+       "line 2, column 34)"},
+      // Escapes are decoded before keys are compared.
+      {R"({"actionTypes": [{"name": "W", "n\u0061me": "V"}]})",
+       "t.json:1:32: actionTypes[0]: member \"name\" appears twice (first at line 1, column 19)"},
+      // Members a reader does not know are keys too: the duplicate is found first.
+      {R"({"version": 1, "x": 1, "x": 2})",
+       "t.json:1:24: (document): member \"x\" appears twice (first at line 1, column 16)"},
+      {"{\"\u00e9\": 1, \"\u00e9\": 2}",
+       "t.json:1:10: (document): member \"\u00e9\" appears twice (first at line 1, column 2)"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    auto [number, description] = ParseError(c.text);
+    EXPECT_EQ(number, kErrInvalidCall);
+    EXPECT_EQ(description, c.message);
+  }
+  // The same key in two different objects is no duplicate.
+  EXPECT_EQ(ParseError(R"({"source": {"type": "S"}, "target": {"type": "T"}})").first, 0);
+  EXPECT_EQ(ParseError(R"({"actionTypes": [{"name": "A"}, {"name": "B"}]})").first, 0);
+}
+
 TEST(ConversionDocumentTest, SaveRoundTripsAndIsAtomic) {
   auto doc = ConversionDocument::Load(kSample);
   const std::string json = doc->ToJson();
@@ -223,6 +259,13 @@ TEST(ConversionDocumentTest, SaveRoundTripsAndIsAtomic) {
   EXPECT_NE(ErrorOf([&] { doc->Save(dir / "taken"); }), 0);
   EXPECT_EQ(ReadWholeFile(dir / "taken" / "inside"), "x");
   EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 2);
+  // Saved through a symbolic link, the link stays and the file it names is written.
+  fs::create_symlink("c.json", dir / "link.json");
+  auto linked = ConversionDocument::Load(dir / "link.json");
+  linked->Model().source->filters[0] = "True";
+  linked->Save();
+  EXPECT_TRUE(fs::is_symlink(dir / "link.json"));
+  EXPECT_EQ(ConversionDocument::Load(path)->Model().source->filters[0], "True");
   fs::remove_all(dir);
   EXPECT_EQ(ErrorOf([&] { ConversionDocument::Load(dir / "missing.json"); }), kErrFileNotFound);
 }
