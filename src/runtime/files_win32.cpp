@@ -83,8 +83,8 @@ AtomicFileWriter::AtomicFileWriter(const fs::path& path) : state_(std::make_uniq
       throw Error(kErrPathFileAccess,
                   "Path/File access error: " + s.target.string() + " is not a regular file");
     if ((st.permissions() & fs::perms::owner_write) == fs::perms::none)
-      throw Error(kErrPermissionDenied, "Permission denied: " + s.target.string() +
-                                            " is read-only; it is left as it is");
+      throw Error(kErrPermissionDenied,
+                  "Permission denied: " + s.target.string() + " is read-only; it is left as it is");
   }
   fs::path dir = s.target.parent_path();
   if (dir.empty()) dir = ".";
