@@ -356,6 +356,7 @@ QtPromptView::QtPromptView() : QtView(new FormDialog) {
     return std::make_unique<QtLabel>(name, widget);
   };
   lbltemplate_ = label("lbltemplate", true);
+  lblprompt_ = label("lblprompt", true);
   lbltrgfld_ = label("lbltrgfld", false);
   lbldesc_ = label("lbldesc", true);
   auto* combo = new DropDownCombo(dialog);
@@ -381,6 +382,7 @@ QtPromptView::QtPromptView() : QtView(new FormDialog) {
 
   auto* layout = new QVBoxLayout(dialog);
   layout->addWidget(lbltemplate_->Widget());
+  layout->addWidget(lblprompt_->Widget());
   layout->addWidget(lbltrgfld_->Widget());
   layout->addWidget(lbldesc_->Widget());
   layout->addWidget(combo);
@@ -403,6 +405,7 @@ std::vector<ui::Control*> QtPromptView::Controls() {
   Add(controls, lbldesc_);
   Add(controls, lbltrgfld_);
   Add(controls, lbltemplate_);
+  Add(controls, lblprompt_);
   Add(controls, cmdok_);
   Add(controls, cmdcancel_);
   return controls;

@@ -139,6 +139,7 @@ class QtPromptView : public ui::PromptView, public QtView {
   QtLabel& lbldesc() override { return *lbldesc_; }
   QtLabel& lbltrgfld() override { return *lbltrgfld_; }
   QtLabel& lbltemplate() override { return *lbltemplate_; }
+  QtLabel& lblprompt() override { return *lblprompt_; }
   QtButton& cmdok() override { return *cmdok_; }
   QtButton& cmdcancel() override { return *cmdcancel_; }
   std::vector<ui::Control*> Controls() override;
@@ -151,6 +152,7 @@ class QtPromptView : public ui::PromptView, public QtView {
   std::unique_ptr<QtLabel> lbldesc_;
   std::unique_ptr<QtLabel> lbltrgfld_;
   std::unique_ptr<QtLabel> lbltemplate_;
+  std::unique_ptr<QtLabel> lblprompt_;
   std::unique_ptr<QtButton> cmdok_;
   std::unique_ptr<QtButton> cmdcancel_;
   std::unique_ptr<QObject> guard_ = std::make_unique<QObject>();

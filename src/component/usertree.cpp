@@ -41,10 +41,14 @@ int32_t usertreeentry::SetList(const std::vector<std::string>& items) {
 }
 
 bool usertreeentries::EntryExists(std::string_view key, UserTreeEntryRef& entry) const {
-  // A binary-compare collection finds the exact key the linear walk would stop at.
-  if (const UserTreeEntryRef* found = entries_.Find(key)) {
-    entry = *found;
-    return true;
+  // By each entry's current NodeKey, not the key it was filed under: a host may rename an
+  // entry after adding it.
+  for (int32_t i = 1; i <= entries_.Count(); ++i) {
+    const UserTreeEntryRef& candidate = entries_.Item(i);
+    if (candidate->NodeKey() == key) {
+      entry = candidate;
+      return true;
+    }
   }
   return false;
 }
@@ -57,7 +61,7 @@ UserTreeEntryRef usertreeentries::Add(UserTreeEntryRef entry) {
     return entry;
   } catch (...) {
     Report(box_, "Add(usrtrens)");
-    return entry;
+    return nullptr;
   }
 }
 

@@ -54,8 +54,9 @@ class usertreeentries {
  public:
   // `box` (not owned) receives the collection's error reports; null: the process's.
   explicit usertreeentries(ui::MessageBoxService* box = nullptr) : box_(box) {}
-  // Adds `entry` under its NodeKey unless an entry with that exact key is there already;
-  // returns the entry now held for the key (the earlier one wins).
+  // Adds `entry` under its NodeKey unless an entry whose NodeKey is now exactly that is there
+  // already; returns the entry now held for the key (the earlier one wins). A key still filed
+  // for an entry renamed since is reported (457) and gives null.
   UserTreeEntryRef Add(UserTreeEntryRef entry);
   int16_t Count() const;
   // Removes the entry at a position or key; a missing entry is no error.

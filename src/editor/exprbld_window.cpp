@@ -10,6 +10,8 @@
 #include "runtime/files.h"
 #include "runtime/text.h"
 #include "templates/frm_inputbox.h"
+#include "templates/template_apply.h"
+#include "templates/templates.h"
 #include "ui/report.h"
 
 namespace kx {
@@ -105,6 +107,9 @@ constexpr ButtonDesign kButtons[] = {
 
 constexpr std::string_view kDesignCaption = "Expression Builder";
 constexpr int32_t kHelpContext = 1123;
+// The template command fills a one-record inventory made of the editor's text.
+constexpr std::string_view kEditorRecordKey = "exprkey";
+constexpr std::string_view kTemplateInvalid = "Template invalid or incomplete.";
 
 // The platform's open-file dialog flags.
 constexpr int32_t kOfnHideReadOnly = 0x4;
@@ -582,7 +587,50 @@ void frmExprBld::HandleToolsValidate() {
 void frmExprBld::HandleToolsTemplateEditor() {
   Guarded(Box(), "HandleToolsTemplateEditor(ExprBld)", [&] {
     DiscardComments();
-    // The template manager dialog arrives with template application.
+    KXExpressionBuilder& builder = Need(builder_);
+    ExprTemplates templates;
+    templates.ProductName(builder.ProductName());
+    templates.filename(builder.TemplateFile());
+    ExprTemplateRef chosen = templates.Item(builder.TemplateName());
+    if (!chosen || chosen->Name().empty()) {
+      Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
+      return;
+    }
+    ArmPrompts(*chosen);
+
+    // The editor's text as a one-record inventory; the selection, if any, is what the
+    // template replaces.
+    ui::EditorControl& editor = Editor();
+    auto record = std::make_shared<ExpressionInfo>();
+    record->ExpressionKey = std::string(kEditorRecordKey);
+    record->ExpressionText = editor.Text();
+    const std::string& text = record->ExpressionText;
+    const int32_t length = editor.SelectionLength();
+    if (length > 0) {
+      const size_t start = static_cast<size_t>(editor.SelectionStart() - 1);
+      record->SelectedText = text.substr(start, static_cast<size_t>(length));
+      size_t row_start = 0;
+      record->SelRowStart = 1;
+      for (size_t at; (at = text.find("\r\n", row_start)) != std::string::npos && at < start;
+           row_start = at + 2)
+        ++record->SelRowStart;
+      record->SelRowEnd = record->SelRowStart;
+      record->SelColStart = static_cast<int32_t>(start - row_start);
+      record->SelColEnd = record->SelColStart + length;
+    }
+    if (SelfReferencingParameter(*chosen, record.get())) {
+      Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
+      return;
+    }
+    ExpressionList list;
+    list.SetSourceControl(builder.SourceControl());
+    list.SetTargetControl(builder.TargetControl());
+    list.SetTemplateToUse(chosen);
+    list.Add(record);
+    DialogPrompter prompter(context_.services, builder);
+    if (!ApplyTemplatetoStrings(list, prompter, &Box())) return;
+    editor.Select(1, static_cast<int32_t>(text.size()));
+    editor.InsertText(record->ReplacedExpression);
   });
 }
 

@@ -198,13 +198,14 @@ std::string ConstantValueText(const std::string& prototype) {
   return Variant(Variant(word).ToDouble()).ToText();
 }
 
-std::vector<std::string> BuildFunctionTokens(const Library& library, const std::string& category) {
+std::vector<std::string> BuildFunctionTokens(const Library& library, const std::string& category,
+                                             bool host_names) {
   std::string wanted = category == "All" ? "KXFunction" : category;
   std::vector<std::string> rows;
   for (const TypeInfo& t : library.types) {
     if (t.name != wanted) continue;
     ForEachMember(t, [&](const MemberRef&, const std::string& name) {
-      if (!name.empty()) rows.push_back(DisplayName(name));
+      if (!name.empty()) rows.push_back(host_names ? DisplayName(name) : name);
     });
     break;
   }
@@ -250,7 +251,8 @@ Library OpenRegisteredLibrary(const std::string& registered_path,
 std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base) {
-  return BuildFunctionTokens(OpenRegisteredLibrary(library_path, base), category);
+  return BuildFunctionTokens(OpenRegisteredLibrary(library_path, base), category,
+                             IsHostLibraryPath(library_path));
 }
 
 std::vector<TreeNodeData> BuildTLBList(Registry& registry) {

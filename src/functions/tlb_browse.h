@@ -44,10 +44,12 @@ std::vector<TreeNodeData> FunctionCategoryNodes(const typelib::Library& library)
 // ("FileFunctions"), then the category nodes of the library.
 std::vector<TreeNodeData> FunctionTreeNodes(const typelib::Library& library);
 
-// The grid rows of one category of the host function library ("All" lists "KXFunction").
+// The grid rows of one category of the host function library ("All" lists "KXFunction"),
+// as display names when `host_names` (the library's file is kHostLibraryFile).
 std::vector<std::string> BuildFunctionTokens(const typelib::Library& library,
-                                             const std::string& category);
-// The same, opening the library at `library_path` (resolved as ResolvePath does).
+                                             const std::string& category, bool host_names);
+// The same, opening the library at `library_path` (resolved as ResolvePath does); display
+// names when IsHostLibraryPath(library_path), as GetKXFunctionInfoTL decides.
 std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base = {});

@@ -4,11 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-#if defined(__linux__)
-#include <sys/mman.h>
-#elif defined(_WIN32)
-#include <malloc.h>
-#endif
+#include "inventory/large_pages.h"
 
 // Under AddressSanitizer each record keeps its own heap allocation, so that a use after
 // release is still caught.
@@ -28,41 +24,8 @@ namespace kx {
 namespace {
 
 constexpr size_t kHeader = 64;  // keeps records cache-line aligned after the block header
-
-void* AllocateBlock() {
-  constexpr size_t size = RecordArena::kBlockSize;
-#if defined(__linux__)
-  // Twice the size, then the unaligned ends are given back.
-  void* raw = mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (raw == MAP_FAILED) throw std::bad_alloc();
-  const auto start = reinterpret_cast<uintptr_t>(raw);
-  const uintptr_t aligned = (start + size - 1) & ~(size - 1);
-  if (aligned > start) munmap(raw, aligned - start);
-  if (const uintptr_t tail = start + 2 * size - (aligned + size))
-    munmap(reinterpret_cast<void*>(aligned + size), tail);
-  void* block = reinterpret_cast<void*>(aligned);
-  madvise(block, size, MADV_HUGEPAGE);  // advice only: refused where huge pages are off
-  return block;
-#elif defined(_WIN32)
-  void* block = _aligned_malloc(size, size);
-  if (!block) throw std::bad_alloc();
-  return block;
-#else
-  void* block = std::aligned_alloc(size, size);
-  if (!block) throw std::bad_alloc();
-  return block;
-#endif
-}
-
-void FreeBlock(void* block) {
-#if defined(__linux__)
-  munmap(block, RecordArena::kBlockSize);
-#elif defined(_WIN32)
-  _aligned_free(block);
-#else
-  std::free(block);
-#endif
-}
+// A record finds its block by rounding its address down to the block size.
+static_assert(RecordArena::kBlockSize == kLargePageSize);
 
 }  // namespace
 
@@ -116,7 +79,7 @@ void* RecordArena::Allocate(size_t bytes) {
   // Only the arena holds the current block: nothing in it is live, so it starts over.
   if (current_ && current_->holds.load(std::memory_order_acquire) == 1) current_->used = kHeader;
   if (!current_ || current_->used + bytes > kBlockSize) {
-    Block* block = new (AllocateBlock()) Block{{1}, kHeader};
+    Block* block = new (AllocateLargePages(kBlockSize)) Block{{1}, kHeader};
     if (current_) Drop(current_);
     current_ = block;
   }
@@ -133,7 +96,7 @@ void RecordArena::Release(void* p) {
 void RecordArena::Drop(Block* block) {
   if (block->holds.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     block->~Block();
-    FreeBlock(block);
+    FreeLargePages(block, kBlockSize);
   }
 }
 

@@ -30,28 +30,32 @@ void RecordTable::Rebuild(size_t capacity) {
   for (size_t i = 0; i < entries_.size(); ++i) Insert(static_cast<uint32_t>(i + 1));
 }
 
-const RecordTable::Record* RecordTable::Find(std::string_view key) const {
-  if (index_.empty()) return nullptr;
-  const size_t hash = HashKey(key);
+size_t RecordTable::Probe(std::string_view key, size_t hash) const {
   const uint64_t tag = Tag(hash);
-  for (size_t slot = Slot(hash); index_[slot] != 0; slot = (slot + 1) & (index_.size() - 1)) {
+  size_t slot = Slot(hash);
+  for (; index_[slot] != 0; slot = (slot + 1) & (index_.size() - 1)) {
     if ((index_[slot] & 0xFFFFFFFF00000000u) != tag) continue;
     const Entry& e = entries_[(index_[slot] & 0xFFFFFFFFu) - 1];
-    if (e.hash == hash && e.key == key) return &e.record;
+    if (e.hash == hash && e.key == key) break;
   }
-  return nullptr;
+  return slot;
+}
+
+const RecordTable::Record* RecordTable::Find(std::string_view key) const {
+  if (index_.empty()) return nullptr;
+  const uint64_t found = index_[Probe(key, HashKey(key))];
+  return found ? &entries_[(found & 0xFFFFFFFFu) - 1].record : nullptr;
 }
 
 void RecordTable::Add(Record record, std::string key) {
-  if (Find(key)) Raise(kErrDuplicateKey);
   if (entries_.size() >= static_cast<size_t>(INT32_MAX)) Raise(kErrOutOfMemory);
-  const size_t hash = HashKey(key);
-  entries_.push_back({std::move(record), std::move(key), hash});
   // Kept at most half full so that probes stay short.
-  if (entries_.size() * 2 > index_.size())
-    Rebuild(index_.empty() ? 16 : index_.size() * 2);
-  else
-    Insert(static_cast<uint32_t>(entries_.size()));
+  if ((entries_.size() + 1) * 2 > index_.size()) Rebuild(index_.empty() ? 16 : index_.size() * 2);
+  const size_t hash = HashKey(key);
+  const size_t slot = Probe(key, hash);
+  if (index_[slot] != 0) Raise(kErrDuplicateKey);
+  entries_.push_back({std::move(record), std::move(key), hash});
+  index_[slot] = Tag(hash) | entries_.size();
 }
 
 const RecordTable::Record& RecordTable::Item(int32_t position) const {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "inventory/expression_info.h"
+#include "inventory/large_pages.h"
 
 namespace kx {
 
@@ -38,13 +39,15 @@ class RecordTable {
   };
 
   size_t Slot(size_t hash) const { return hash & (index_.size() - 1); }
+  // The index slot holding `key`, or the free slot where it would go.
+  size_t Probe(std::string_view key, size_t hash) const;
   void Insert(uint32_t position_plus_one);
   void Rebuild(size_t capacity);
 
-  std::vector<Entry> entries_;
+  std::vector<Entry, LargePageAllocator<Entry>> entries_;
   // Upper half: the key's hash (high bits), so most probes never touch an entry; lower half:
   // entry position + 1. 0 marks a free slot.
-  std::vector<uint64_t> index_;
+  std::vector<uint64_t, LargePageAllocator<uint64_t>> index_;
 };
 
 }  // namespace kx

@@ -79,6 +79,19 @@ class Loader {
       : set_(set), file_(file), line_counter_(line_counter) {}
 
   bool Run() {
+    try {
+      return RunTemplates();
+    } catch (const EndInsideTemplate&) {
+      // The unfinished template is dropped; the ones before it stay.
+      return true;
+    }
+  }
+
+ private:
+  // Thrown when the file ends where a template still needs a line.
+  struct EndInsideTemplate {};
+
+  bool RunTemplates() {
     while (true) {
       if (file_.AtEnd()) return true;
       std::string_view line = ReadLine();
@@ -98,8 +111,10 @@ class Loader {
       if (Contains(line, "@BeginBody")) {
         if (!inside_) return TemplateError(true);
         current_->Body(ReadBlock("@EndBody"));
+        // A body cut off by the end of the file belongs to a template that is dropped anyway.
+        if (file_.AtEnd()) throw EndInsideTemplate{};
         if (!ParameterScanEnds(current_->Body())) return TemplateError(true);
-        current_->ExtractandAddParams();
+        if (!ExtractParameters()) return TemplateError(true);
         parameter_blocks_ = 0;
         if (!ReadParameterBlocks(line)) return false;
       }
@@ -119,16 +134,29 @@ class Loader {
     }
   }
 
- private:
-  // The next line, trimmed; valid until the next read.
+  // The next line of the current template, trimmed; valid until the next read.
   std::string_view ReadLine() {
+    if (file_.AtEnd()) throw EndInsideTemplate{};
     std::string_view line = Trim(file_.ReadLineView(lookahead_, scratch_));
     ++line_counter_;
     return line;
   }
 
   std::string ReadBlock(std::string_view end_marker) {
+    if (file_.AtEnd()) throw EndInsideTemplate{};
     return set_.ReturnEntireString(lookahead_, file_, line_counter_, end_marker);
+  }
+
+  // False when two parameter names of the body differ only in case: the parameters
+  // collection cannot hold both.
+  bool ExtractParameters() {
+    try {
+      current_->ExtractandAddParams();
+      return true;
+    } catch (const Error& e) {
+      if (e.Number() != kErrDuplicateKey) throw;
+      return false;
+    }
   }
 
   // Reads the parameter blocks after a body; `line` ends as the line that follows them.

@@ -103,6 +103,7 @@ class PromptView {
   virtual Label& lbldesc() = 0;
   virtual Label& lbltrgfld() = 0;
   virtual Label& lbltemplate() = 0;
+  virtual Label& lblprompt() = 0;
   virtual Button& cmdok() = 0;
   virtual Button& cmdcancel() = 0;
   virtual std::vector<Control*> Controls() = 0;

@@ -77,6 +77,20 @@ TEST(UserLists, AddReturnsTheEntryHeldForTheKey) {
   EXPECT_EQ(entries.Add(first), first);
   EXPECT_EQ(entries.Add(second), first);
   EXPECT_EQ(entries.Count(), 1);
+
+  // Entries are matched by their NodeKey as it is now, not the key they were filed under.
+  first->NodeKey("renamed");
+  auto third = std::make_shared<usertreeentry>();
+  third->NodeKey("renamed");
+  EXPECT_EQ(entries.Add(third), first);
+  ui::RecordingMessageBox box;
+  ui::ScopedMessageBox guard(box);
+  EXPECT_EQ(entries.Add(second), nullptr);  // "k" is still taken in the collection
+  ASSERT_EQ(box.shown.size(), 1u);
+  EXPECT_EQ(box.shown[0].text,
+            "This key is already associated with an element of this collection (457)");
+  EXPECT_EQ(entries.Count(), 1);
+  EXPECT_EQ(entries.Item(std::string("k")), first);
 }
 
 }  // namespace

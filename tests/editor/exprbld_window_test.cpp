@@ -311,3 +311,42 @@ TEST(ExprBldWindow, DialogsLeftUnansweredFailTheRun) {
 
 }  // namespace
 }  // namespace kx
+
+namespace kx {
+namespace {
+
+TEST(ExprBldWindow, TemplateCommandFillsTheSelectionInOneUndoStep) {
+  BuilderRig rig;
+  rig.builder->AllowTemplates(true);
+  rig.builder->TemplateFile(rig.Write("t.tpl",
+                                      "@BeginTemplate Wrap\r\n  @BeginBody\r\n"
+                                      "If <<X>> & <<X>> Then <<H>>\r\n  @EndBody\r\n"
+                                      "  @BeginParameter\r\n    @Name=X\r\n"
+                                      "    @DefaultValue=^?\r\n  @EndParameter\r\n"
+                                      "  @BeginParameter\r\n    @Name=H\r\n"
+                                      "    @DefaultValue=^h\r\n  @EndParameter\r\n"
+                                      "@EndTemplate Wrap\r\n"));
+  rig.builder->TemplateName("wrap");
+  rig.builder->Expression("a = b\r\nc + d");
+  rig.builder->Show(0);
+  rig.editor().Select(8, 1);
+  rig.env.AnswerPrompt([](ui::headless::HeadlessPromptView& v) {
+    EXPECT_EQ(v.lbltemplate().Caption(), "If <<X>> && <<X>> Then <<H>>");
+    v.EnterValue("v");
+    v.Press("cmdok");
+  });
+  EXPECT_TRUE(rig.view().ChooseMenu("mnuToolsTemplate"));
+  EXPECT_EQ(rig.editor().Text(), "a = b\r\nIf v & v Then c + d");
+  rig.editor().Undo();
+  EXPECT_EQ(rig.editor().Text(), "a = b\r\nc + d");
+
+  rig.builder->TemplateName("Nope");
+  EXPECT_TRUE(rig.view().ChooseMenu("mnuToolsTemplate"));
+  EXPECT_EQ(rig.editor().Text(), "a = b\r\nc + d");
+  ASSERT_EQ(rig.env.driver().Messages().size(), 1u);
+  EXPECT_EQ(rig.env.driver().Messages()[0].text, "Template invalid or incomplete.");
+  EXPECT_TRUE(rig.env.driver().Unused().empty());
+}
+
+}  // namespace
+}  // namespace kx

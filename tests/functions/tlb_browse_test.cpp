@@ -55,17 +55,30 @@ TEST(HostLibrary, CategoriesAndTokensComeFromTheLibraryInItsOrder) {
             "FCAllFileFunctionsDateTime");
   EXPECT_EQ(children[1].text, "<All Functions>");
 
-  EXPECT_EQ(BuildFunctionTokens(lib, "Text"),
+  EXPECT_EQ(BuildFunctionTokens(lib, "Text", true),
             (std::vector<std::string>{"Left$", "Right$", "Mid$", "Trim$", "LTrim$", "RTrim$",
                                       "UCase$", "LCase$", "Len", "InStr", "Replace$", "Space$",
                                       "StrComp", "Chr$", "Asc", "Format$"}));
-  std::vector<std::string> all = BuildFunctionTokens(lib, "All");
+  std::vector<std::string> all = BuildFunctionTokens(lib, "All", true);
   EXPECT_EQ(all.size(), 53u);
   EXPECT_EQ(all.back(), "GetObject");
-  EXPECT_EQ(BuildFunctionTokens(lib, "FileFunctions").front(), "FileExists");
-  EXPECT_TRUE(BuildFunctionTokens(lib, "FNC").empty());
+  EXPECT_EQ(BuildFunctionTokens(lib, "FileFunctions", true).front(), "FileExists");
+  EXPECT_TRUE(BuildFunctionTokens(lib, "FNC", true).empty());
   EXPECT_EQ(BuildFunctionTokens("KX750UI_FN.DLL", "Math", std::string(KX_SOURCE_DIR) + "/data"),
             (std::vector<std::string>{"Abs", "Int", "Fix", "Round", "Sqr", "Sgn"}));
+
+  // Display names belong to the host library's file name only, as in the lookup.
+  std::string text = BuildFunctionTokens(kHost, "Text")[0];
+  fs::path copy = fs::temp_directory_path() / "kx_tlb_browse_tokens.dll";
+  fs::copy_file(kHost, copy, fs::copy_options::overwrite_existing);
+  std::vector<std::string> other = BuildFunctionTokens(copy.string(), "All");
+  std::vector<std::string> suffixed = BuildFunctionTokens(kHost + "\\1", "Text");
+  fs::remove(copy);
+  EXPECT_EQ(text, "Left$");
+  ASSERT_EQ(other.size(), 53u);
+  EXPECT_EQ(other.front(), "Left_Dollar");
+  EXPECT_EQ(other.back(), "GetObjectKX");
+  EXPECT_EQ(suffixed.front(), "Left_Dollar");  // a resource number after the name
 }
 
 TEST(HostLibrary, FunctionInformationHasTheHostForm) {

@@ -4,6 +4,7 @@
 #include <thread>
 #include <vector>
 
+#include "inventory/large_pages.h"
 #include "inventory/record_arena.h"
 
 namespace kx {
@@ -59,6 +60,19 @@ TEST(RecordArenaTest, ReusesItsBlockOnlyWhenNothingInItLives) {
   RecordArena other;
   other = std::move(moved);
   EXPECT_EQ(e->Description, "after move");
+}
+
+TEST(LargePagesTest, BigArraysComeAlignedAndKeepTheirContentsThroughGrowth) {
+  std::vector<uint64_t, LargePageAllocator<uint64_t>> big;
+  for (uint64_t i = 0; i < 700000; ++i) big.push_back(i * 3);  // grows past 2 and 4 MB
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(big.data()) % kLargePageSize, 0u);
+  for (uint64_t i = 0; i < big.size(); i += 9973) ASSERT_EQ(big[i], i * 3);
+  EXPECT_EQ(big.back(), 699999u * 3);
+  std::vector<std::string, LargePageAllocator<std::string>> small(3, "kept");
+  small.resize(100);
+  EXPECT_EQ(small[2], "kept");
+  big.clear();
+  big.shrink_to_fit();
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 #include "error_of.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "runtime/collection.h"
 #include "runtime/error.h"
@@ -76,6 +78,104 @@ TEST(Collection, LargeSizesStayIndexed) {
   for (int i = 0; i < 200000; ++i) c.Add(i, "k" + std::to_string(i));
   EXPECT_EQ(c.Item("K199999"), 199999);
   EXPECT_EQ(c.Item(100001), 100000);
+}
+
+// Random adds, inserts and removals, with and without keys, against a plain list searched
+// from the start: both must agree on every position, key, lookup and error.
+TEST(Collection, AgreesWithALinearModelUnderRandomChanges) {
+  for (KeyCompare compare : {KeyCompare::Text, KeyCompare::Binary}) {
+    struct Item {
+      int value;
+      std::optional<std::string> key;
+    };
+    std::vector<Item> model;
+    Collection<int> c(compare);
+    auto same = [&](const std::string& a, const std::string& b) {
+      return compare == KeyCompare::Binary ? a == b : LowerCase(a) == LowerCase(b);
+    };
+    auto model_position = [&](const std::string& key) {
+      for (size_t i = 0; i < model.size(); ++i)
+        if (model[i].key && same(*model[i].key, key)) return static_cast<int32_t>(i + 1);
+      return int32_t{0};
+    };
+    uint32_t seed = 12345;
+    auto next = [&seed](uint32_t n) {
+      seed = seed * 1103515245u + 12345u;
+      return (seed >> 8) % n;
+    };
+    // Few distinct keys, so that duplicates, case variants and reuse after removal are common.
+    auto random_key = [&] {
+      std::string key = "k" + std::to_string(next(300));
+      if (next(2)) key[0] = 'K';
+      return key;
+    };
+    for (int step = 0; step < 6000; ++step) {
+      const uint32_t op = next(10);
+      const int value = step;
+      if (op < 5) {
+        std::optional<std::string> key;
+        if (next(4) != 0) key = random_key();
+        const bool duplicate = key && model_position(*key) != 0;
+        if (op < 3) {
+          ASSERT_EQ(ErrorOf([&] { c.Add(value, key); }), duplicate ? 457 : 0);
+          if (!duplicate) model.push_back({value, key});
+        } else {
+          const auto before = static_cast<int32_t>(next(static_cast<uint32_t>(model.size()) + 3));
+          const bool bad = before < 1 || before > static_cast<int32_t>(model.size()) + 1;
+          ASSERT_EQ(ErrorOf([&] { c.Insert(before, value, key); }), bad ? 5 : duplicate ? 457 : 0);
+          if (!bad && !duplicate) model.insert(model.begin() + (before - 1), {value, key});
+        }
+      } else if (op < 7) {
+        const auto position = static_cast<int32_t>(next(static_cast<uint32_t>(model.size()) + 2));
+        const bool bad = position < 1 || position > static_cast<int32_t>(model.size());
+        ASSERT_EQ(ErrorOf([&] { c.Remove(position); }), bad ? 9 : 0);
+        if (!bad) model.erase(model.begin() + (position - 1));
+      } else if (op < 8) {
+        const std::string key = random_key();
+        const int32_t position = model_position(key);
+        ASSERT_EQ(ErrorOf([&] { c.Remove(key); }), position ? 0 : 5);
+        if (position) model.erase(model.begin() + (position - 1));
+      } else {
+        const std::string key = random_key();
+        const int32_t position = model_position(key);
+        ASSERT_EQ(c.PositionOf(key), position) << key;
+        ASSERT_EQ(c.Contains(key), position != 0);
+        const int* found = c.Find(key);
+        ASSERT_EQ(found ? *found : -1, position ? model[position - 1].value : -1);
+      }
+      ASSERT_EQ(c.Count(), static_cast<int32_t>(model.size()));
+      if (step % 500 == 0 || step == 5999) {
+        for (size_t i = 0; i < model.size(); ++i) {
+          ASSERT_EQ(c.Item(static_cast<int32_t>(i + 1)), model[i].value);
+          ASSERT_EQ(c.KeyAt(static_cast<int32_t>(i + 1)), model[i].key);
+          if (model[i].key) {
+            ASSERT_EQ(c.Item(*model[i].key), model[i].value);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(Collection, ItemsStayWhereTheyAreWhileOthersComeAndGo) {
+  Collection<std::string> c;
+  c.Add("first", "a");
+  c.Add("second");
+  const std::string& first = c.Item("A");
+  const std::string* second = &c.Item(2);
+  for (int i = 0; i < 5000; ++i) c.Insert(2, std::to_string(i), "k" + std::to_string(i));
+  for (int i = 0; i < 4000; ++i) c.Remove(3);
+  c.Remove("k4999");
+  EXPECT_EQ(&c.Item(1), &first);
+  EXPECT_EQ(first, "first");
+  EXPECT_EQ(&c.Item(c.Count()), second);
+  Collection<std::string> moved(std::move(c));
+  EXPECT_EQ(moved.Find("a"), &first);
+  EXPECT_EQ(moved.Count(), 1001);
+  moved.Clear();
+  EXPECT_TRUE(moved.Empty());
+  moved.Add("again", "a");
+  EXPECT_EQ(moved.Item("A"), "again");
 }
 
 TEST(FormatMessageText, ReplacesPlaceholdersInTurn) {

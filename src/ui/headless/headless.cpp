@@ -68,6 +68,7 @@ class PromptHandle : public PromptView {
   Label& lbldesc() override { return v_.lbldesc(); }
   Label& lbltrgfld() override { return v_.lbltrgfld(); }
   Label& lbltemplate() override { return v_.lbltemplate(); }
+  Label& lblprompt() override { return v_.lblprompt(); }
   Button& cmdok() override { return v_.cmdok(); }
   Button& cmdcancel() override { return v_.cmdcancel(); }
   std::vector<Control*> Controls() override { return v_.Controls(); }

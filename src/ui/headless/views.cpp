@@ -278,12 +278,13 @@ HeadlessPromptView::HeadlessPromptView(Driver& driver)
       lbldesc_("lbldesc", &focus_),
       lbltrgfld_("lbltrgfld", &focus_),
       lbltemplate_("lbltemplate", &focus_),
+      lblprompt_("lblprompt", &focus_),
       cmdok_("cmdok", &focus_),
       cmdcancel_("cmdcancel", &focus_) {}
 
 std::vector<Control*> HeadlessPromptView::Controls() {
-  return {&ssdcbovalue_, &ssdchk3dsame_, &lbldesc_,  &lbltrgfld_,
-          &lbltemplate_, &cmdok_,        &cmdcancel_};
+  return {&ssdcbovalue_, &ssdchk3dsame_, &lbldesc_, &lbltrgfld_,
+          &lbltemplate_, &lblprompt_,    &cmdok_,   &cmdcancel_};
 }
 
 bool HeadlessPromptView::Press(std::string_view name) {

@@ -223,6 +223,7 @@ class HeadlessPromptView : public PromptView, public HeadlessView {
   HeadlessLabel& lbldesc() override { return lbldesc_; }
   HeadlessLabel& lbltrgfld() override { return lbltrgfld_; }
   HeadlessLabel& lbltemplate() override { return lbltemplate_; }
+  HeadlessLabel& lblprompt() override { return lblprompt_; }
   HeadlessButton& cmdok() override { return cmdok_; }
   HeadlessButton& cmdcancel() override { return cmdcancel_; }
   std::vector<Control*> Controls() override;
@@ -244,6 +245,7 @@ class HeadlessPromptView : public PromptView, public HeadlessView {
   HeadlessLabel lbldesc_;
   HeadlessLabel lbltrgfld_;
   HeadlessLabel lbltemplate_;
+  HeadlessLabel lblprompt_;
   HeadlessButton cmdok_;
   HeadlessButton cmdcancel_;
 };
