@@ -332,6 +332,8 @@ void QtWindow::SetFontName(const std::string& name) {
   font_name_ = name;
 }
 
+// Only the size is taken: a top-level window opens centred, and where it goes then is the
+// user's business.
 void QtWindow::SetBounds(const ui::Rect& bounds) {
   bounds_ = bounds;
   // The frame is what the window system adds; before the first show there is none yet.

@@ -52,7 +52,8 @@ QtView::~QtView() {
 
 QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindow) {
   QMainWindow* main = Main();
-  main->setMinimumSize(480, 360);
+  // Below this the operator pad and the editor no longer fit beside the fixed bottom pane.
+  main->setMinimumSize(560, 440);
   auto* client = new QWidget(main);
   main->setCentralWidget(client);
   window_ = std::make_unique<QtWindow>("frmExprBld", main, client);
@@ -146,8 +147,10 @@ QtButton& QtExprBldView::Command(std::string_view name) {
   });
   commands_.push_back(std::make_unique<QtButton>(key, widget));
   if (!own) {
-    widget->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    widget->setFixedHeight(kPadButtonHeight);
+    // Narrow pad: the width is the pad's; short window: the buttons give up height first.
+    widget->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    widget->setMinimumHeight(kPadButtonHeight * 2 / 3);
+    widget->setMaximumHeight(kPadButtonHeight);
     ++pad_count_;
     PlacePad();
   }

@@ -94,7 +94,7 @@ TEST(EditCommand, ScreenshotAndNoDisplay) {
   EXPECT_EQ(shot.code, 1) << shot.err;  // the script ends with the window open: closed
   QImage image(QString::fromStdString(png));
   EXPECT_FALSE(image.isNull());
-  EXPECT_GE(image.width(), 480);
+  EXPECT_GE(image.width(), 560);
 
   Outcome none = Kxexpr("-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM", kSample, "");
   EXPECT_EQ(none.code, 2);

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -7,6 +10,8 @@
 
 #include "qt/cp1252.h"
 #include "qt/editor.h"
+#include "qt/find_replace.h"
+#include "qt_rig.h"
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "ui/keyword_file.h"
@@ -153,6 +158,24 @@ TEST(QtEditor, FindAndReplaceAllIsOneUndoStepAndCannotLoop) {
   EXPECT_EQ(e.control.Text(), "Q  AB\r\n");
   EXPECT_EQ(e.control.SelectionStart(), 4);
   EXPECT_EQ(e.control.SelectionLength(), 2);
+
+  // The control's own replace dialog: Replace All from its button, then Cancel.
+  e.control.Clear();
+  e.control.InsertText("ab AB\r\nab");
+  e.control.Select(1, 2);
+  testing::WhenModal([](QWidget* window) {
+    auto* dialog = qobject_cast<qt::FindReplaceDialog*>(window);
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->FindText()->text(), QStringLiteral("ab"));  // the selection
+    QTest::keyClicks(dialog->ReplaceText(), "[ab]");
+    QTest::mouseClick(dialog->ReplaceAllButton(), Qt::LeftButton);
+    EXPECT_EQ(dialog->Status()->text(), QStringLiteral("Replaced 3 occurrences."));
+    dialog->reject();
+  });
+  e.control.Replace();
+  EXPECT_EQ(e.control.Text(), "[ab] [ab]\r\n[ab]");
+  e.control.Undo();
+  EXPECT_EQ(e.control.Text(), "ab AB\r\nab");
 
   // The commands open the control's dialogs (replaced here, as scripts do).
   int finds = 0, replaces = 0;

@@ -81,14 +81,21 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   EXPECT_EQ(view.Command("cmdok").Widget()->geometry(), pixels(view.Command("cmdok").Bounds()));
   EXPECT_EQ(view.TreeView1().Widget()->geometry(), pixels(view.TreeView1().Bounds()));
 
-  // The user makes the window smaller: Form_Resize lays it out again inside the new client.
-  view.Main()->resize(520, 400);
+  // The user makes the window as small as it goes: Form_Resize lays it out again inside the
+  // new client, and the pad's buttons still fit without overlapping.
+  view.Main()->resize(1, 1);
   QCoreApplication::processEvents();
   const QRect client = view.Main()->centralWidget()->rect();
+  EXPECT_EQ(view.Form().ScaleWidth(), client.width() * 15);
   for (QWidget* widget : std::vector<QWidget*>{
            view.KXEditor1().Widget(), view.vselbottom().Widget(), view.Command("cmdhelp").Widget()})
     EXPECT_TRUE(client.contains(widget->geometry())) << Str(widget->objectName());
-  EXPECT_EQ(view.Form().ScaleWidth(), client.width() * 15);
+  EXPECT_GE(view.KXEditor1().Widget()->height(), 60);
+  for (QPushButton* a : operators) {
+    EXPECT_TRUE(pad->rect().contains(a->geometry())) << Str(a->text());
+    for (QPushButton* b : operators)
+      EXPECT_TRUE(a == b || !a->geometry().intersects(b->geometry())) << Str(a->text());
+  }
 
   // Hiding the bottom pane twice returns picture, tip and caption to their first state.
   QAction* toggle = tools[21];
