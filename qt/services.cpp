@@ -142,6 +142,14 @@ std::unique_ptr<ui::InputBoxView> QtDialogFactory::NewInputBoxView() {
   return Keep(std::make_unique<QtInputBoxView>(), input_box_);
 }
 
+std::unique_ptr<ui::TemplateManagerView> QtDialogFactory::NewTemplateManagerView() {
+  return Keep(std::make_unique<QtTemplateManagerView>(), template_manager_);
+}
+
+std::unique_ptr<ui::TemplateEditorView> QtDialogFactory::NewTemplateEditorView() {
+  return Keep(std::make_unique<QtTemplateEditorView>(), template_editor_);
+}
+
 Environment::Environment() {
   context_.keyword_dirs = &keyword_dirs_;
 }

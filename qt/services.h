@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "qt/template_dialogs.h"
 #include "qt/views.h"
 #include "ui/services.h"
 
@@ -53,12 +54,16 @@ class QtDialogFactory : public ui::DialogFactory {
   std::unique_ptr<ui::FunctionView> NewFunctionView() override;
   std::unique_ptr<ui::PromptView> NewPromptView() override;
   std::unique_ptr<ui::InputBoxView> NewInputBoxView() override;
+  std::unique_ptr<ui::TemplateManagerView> NewTemplateManagerView() override;
+  std::unique_ptr<ui::TemplateEditorView> NewTemplateEditorView() override;
 
   // The newest view of each kind while it lives, nullptr otherwise (for tests and scripts).
   QtExprBldView* ExprBld() const { return Live(expr_bld_); }
   QtFunctionView* Function() const { return Live(function_); }
   QtPromptView* Prompt() const { return Live(prompt_); }
   QtInputBoxView* InputBox() const { return Live(input_box_); }
+  QtTemplateManagerView* TemplateManager() const { return Live(template_manager_); }
+  QtTemplateEditorView* TemplateEditor() const { return Live(template_editor_); }
 
  private:
   template <typename View>
@@ -81,6 +86,8 @@ class QtDialogFactory : public ui::DialogFactory {
   Made<QtFunctionView> function_;
   Made<QtPromptView> prompt_;
   Made<QtInputBoxView> input_box_;
+  Made<QtTemplateManagerView> template_manager_;
+  Made<QtTemplateEditorView> template_editor_;
 };
 
 // Everything presenters need on the desktop. Needs a QApplication.

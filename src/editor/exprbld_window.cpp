@@ -10,6 +10,7 @@
 #include "runtime/files.h"
 #include "runtime/text.h"
 #include "templates/frm_inputbox.h"
+#include "templates/frm_template.h"
 #include "templates/template_apply.h"
 #include "templates/templates.h"
 #include "ui/report.h"
@@ -584,54 +585,67 @@ void frmExprBld::HandleToolsValidate() {
   });
 }
 
+// Opens the template manager on the builder's template file; its Apply fills the chosen
+// template in for the editor's text or selection. The file and template last applied
+// become the builder's, so the manager opens on them next time.
 void frmExprBld::HandleToolsTemplateEditor() {
   Guarded(Box(), "HandleToolsTemplateEditor(ExprBld)", [&] {
     DiscardComments();
     KXExpressionBuilder& builder = Need(builder_);
-    ExprTemplates templates;
-    templates.ProductName(builder.ProductName());
-    templates.filename(builder.TemplateFile());
-    ExprTemplateRef chosen = templates.Item(builder.TemplateName());
-    if (!chosen || chosen->Name().empty()) {
-      Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
-      return;
-    }
-    ArmPrompts(*chosen);
-
-    // The editor's text as a one-record inventory; the selection, if any, is what the
-    // template replaces.
-    ui::EditorControl& editor = Editor();
-    auto record = std::make_shared<ExpressionInfo>();
-    record->ExpressionKey = std::string(kEditorRecordKey);
-    record->ExpressionText = editor.Text();
-    const std::string& text = record->ExpressionText;
-    const int32_t length = editor.SelectionLength();
-    if (length > 0) {
-      const size_t start = static_cast<size_t>(editor.SelectionStart() - 1);
-      record->SelectedText = text.substr(start, static_cast<size_t>(length));
-      size_t row_start = 0;
-      record->SelRowStart = 1;
-      for (size_t at; (at = text.find("\r\n", row_start)) != std::string::npos && at < start;
-           row_start = at + 2)
-        ++record->SelRowStart;
-      record->SelRowEnd = record->SelRowStart;
-      record->SelColStart = static_cast<int32_t>(start - row_start);
-      record->SelColEnd = record->SelColStart + length;
-    }
-    if (SelfReferencingParameter(*chosen, record.get())) {
-      Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
-      return;
-    }
-    ExpressionList list;
-    list.SetSourceControl(builder.SourceControl());
-    list.SetTargetControl(builder.TargetControl());
-    list.SetTemplateToUse(chosen);
-    list.Add(record);
-    DialogPrompter prompter(context_.services, builder);
-    if (!ApplyTemplatetoStrings(list, prompter, &Box())) return;
-    editor.Select(1, static_cast<int32_t>(text.size()));
-    editor.InsertText(record->ReplacedExpression);
+    TemplateDialogContext dialogs{context_.services, builder.ProductName(), {}};
+    if (std::shared_ptr<FontDesc> font = builder.Font()) dialogs.font_name = font->Name;
+    frmtemplate manager(dialogs,
+                        [&](const ExprTemplateRef& chosen) { return ApplyTemplate(chosen); });
+    manager.Show(builder.TemplateFile(), builder.TemplateName());
+    if (!manager.Applied()) return;
+    builder.TemplateFile(manager.Templates().filename());
+    if (ExprTemplateRef chosen = manager.Chosen()) builder.TemplateName(chosen->Name());
   });
+}
+
+bool frmExprBld::ApplyTemplate(const std::shared_ptr<ExprTemplate>& chosen_ref) {
+  KXExpressionBuilder& builder = Need(builder_);
+  ExprTemplate& chosen = *chosen_ref;
+  if (chosen.Name().empty()) {
+    Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
+    return false;
+  }
+  ArmPrompts(chosen);
+
+  // The editor's text as a one-record inventory; the selection, if any, is what the
+  // template replaces.
+  ui::EditorControl& editor = Editor();
+  auto record = std::make_shared<ExpressionInfo>();
+  record->ExpressionKey = std::string(kEditorRecordKey);
+  record->ExpressionText = editor.Text();
+  const std::string& text = record->ExpressionText;
+  const int32_t length = editor.SelectionLength();
+  if (length > 0) {
+    const size_t start = static_cast<size_t>(editor.SelectionStart() - 1);
+    record->SelectedText = text.substr(start, static_cast<size_t>(length));
+    size_t row_start = 0;
+    record->SelRowStart = 1;
+    for (size_t at; (at = text.find("\r\n", row_start)) != std::string::npos && at < start;
+         row_start = at + 2)
+      ++record->SelRowStart;
+    record->SelRowEnd = record->SelRowStart;
+    record->SelColStart = static_cast<int32_t>(start - row_start);
+    record->SelColEnd = record->SelColStart + length;
+  }
+  if (SelfReferencingParameter(chosen, record.get())) {
+    Box().Show(std::string(kTemplateInvalid), ui::kMbOk, "");
+    return false;
+  }
+  ExpressionList list;
+  list.SetSourceControl(builder.SourceControl());
+  list.SetTargetControl(builder.TargetControl());
+  list.SetTemplateToUse(chosen_ref);
+  list.Add(record);
+  DialogPrompter prompter(context_.services, builder);
+  if (!ApplyTemplatetoStrings(list, prompter, &Box())) return false;
+  editor.Select(1, static_cast<int32_t>(text.size()));
+  editor.InsertText(record->ReplacedExpression);
+  return true;
 }
 
 // Writes the text as OK would hand it back, to a text file of the user's choice.

@@ -13,15 +13,17 @@
 #include <vector>
 
 #include "component/builder_window.h"
-#include "inventory/expression_checker.h"
 #include "component/kx_expression_builder.h"
 #include "component/registry.h"
 #include "component/usertree.h"
 #include "functions/function_info.h"
+#include "inventory/expression_checker.h"
 #include "ui/services.h"
 #include "ui/views.h"
 
 namespace kx {
+
+class ExprTemplate;
 
 namespace typelib {
 struct Library;
@@ -96,6 +98,9 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   void HandleToolsKeywords();
   void HandleToolsValidate();
   void HandleToolsTemplateEditor();
+  // Fills `chosen` in for the editor's text or selection as one undo step; false, after
+  // saying why, when it could not be applied or a prompt was cancelled.
+  bool ApplyTemplate(const std::shared_ptr<ExprTemplate>& chosen);
   void HandleToolsSaveExpression();
   void HandleViewHideBottom();
   void HandleViewProperties();
@@ -133,7 +138,7 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   ui::MessageBoxService& Box() { return *context_.services.message_box; }
 
   // ---- private helpers of the window part (exprbld_window.cpp) ----
-  bool designed_ = false;          // the view holds the menus and toolbar buttons
+  bool designed_ = false;  // the view holds the menus and toolbar buttons
   ui::EditorControl& Editor() { return view_->KXEditor1(); }
   void ApplyDesign();
   void LayOutBottomPane();

@@ -14,6 +14,8 @@ class ExprBldView;
 class FunctionView;
 class PromptView;
 class InputBoxView;
+class TemplateManagerView;
+class TemplateEditorView;
 
 struct FileDialogRequest {
   std::string filter;  // "Text Files (*.txt)|*.txt"
@@ -44,6 +46,8 @@ class DialogFactory {
   virtual std::unique_ptr<FunctionView> NewFunctionView() = 0;
   virtual std::unique_ptr<PromptView> NewPromptView() = 0;
   virtual std::unique_ptr<InputBoxView> NewInputBoxView() = 0;
+  virtual std::unique_ptr<TemplateManagerView> NewTemplateManagerView() = 0;
+  virtual std::unique_ptr<TemplateEditorView> NewTemplateEditorView() = 0;
 };
 
 // Everything a presenter may use besides its own view. Not owned.

@@ -73,6 +73,7 @@ TEST(ExprBldWindow, CommentsHintOnlyForAnEmptyExpressionAndGoneAtTheFirstAction)
   };
   for (const Case& c : cases) {
     BuilderRig rig;
+    rig.env.driver().SetStandingHandler("frmtemplate", [](auto& w) { w.CloseBox(); });
     rig.Write("comments.txt", hint);
     rig.builder->Expression(c.expression);
     rig.builder->AllowTemplates(true);
@@ -315,14 +316,16 @@ TEST(ExprBldWindow, DialogsLeftUnansweredFailTheRun) {
 namespace kx {
 namespace {
 
-TEST(ExprBldWindow, TemplateCommandFillsTheSelectionInOneUndoStep) {
+TEST(ExprBldWindow, TemplateCommandAppliesTheManagersChoiceToTheSelectionInOneUndoStep) {
   BuilderRig rig;
   rig.builder->AllowTemplates(true);
   rig.builder->TemplateFile(rig.Write("t.tpl",
+                                      "@BeginTemplate Other\r\n  @BeginBody\r\nx\r\n"
+                                      "  @EndBody\r\n@EndTemplate Other\r\n"
                                       "@BeginTemplate Wrap\r\n  @BeginBody\r\n"
                                       "If <<X>> & <<X>> Then <<H>>\r\n  @EndBody\r\n"
                                       "  @BeginParameter\r\n    @Name=X\r\n"
-                                      "    @DefaultValue=^?\r\n  @EndParameter\r\n"
+                                      "    @DefaultValue=lit\r\n  @EndParameter\r\n"
                                       "  @BeginParameter\r\n    @Name=H\r\n"
                                       "    @DefaultValue=^h\r\n  @EndParameter\r\n"
                                       "@EndTemplate Wrap\r\n"));
@@ -330,6 +333,11 @@ TEST(ExprBldWindow, TemplateCommandFillsTheSelectionInOneUndoStep) {
   rig.builder->Expression("a = b\r\nc + d");
   rig.builder->Show(0);
   rig.editor().Select(8, 1);
+  rig.env.AnswerTemplateManager([](ui::headless::HeadlessTemplateManagerView& m) {
+    EXPECT_EQ(m.ssdgridtemplates().CurrentRow(), 1);
+    m.EditValue("X", "Prompt for Value");
+    m.Press("cmdapply");
+  });
   rig.env.AnswerPrompt([](ui::headless::HeadlessPromptView& v) {
     EXPECT_EQ(v.lbltemplate().Caption(), "If <<X>> && <<X>> Then <<H>>");
     v.EnterValue("v");
@@ -337,12 +345,25 @@ TEST(ExprBldWindow, TemplateCommandFillsTheSelectionInOneUndoStep) {
   });
   EXPECT_TRUE(rig.view().ChooseMenu("mnuToolsTemplate"));
   EXPECT_EQ(rig.editor().Text(), "a = b\r\nIf v & v Then c + d");
+  EXPECT_EQ(rig.builder->TemplateName(), "Wrap");
   rig.editor().Undo();
   EXPECT_EQ(rig.editor().Text(), "a = b\r\nc + d");
 
-  rig.builder->TemplateName("Nope");
+  // A selection that holds the parameter's own reference cannot be filled in; Cancel in the
+  // prompt leaves the text too, and the manager open.
+  rig.editor().Select(1, 100);
+  rig.editor().InsertText("<<H>>");
+  rig.editor().Select(1, 5);
+  rig.env.driver().QueueAnswer("frmprompt", [](auto& w) { w.CloseBox(); });
+  rig.env.AnswerTemplateManager([](ui::headless::HeadlessTemplateManagerView& m) {
+    m.Press("cmdapply");
+    m.EditValue("H", "Prompt for Value");
+    m.Press("cmdapply");
+    EXPECT_TRUE(m.Form().IsShown());
+    m.Press("cmdclose");
+  });
   EXPECT_TRUE(rig.view().ChooseMenu("mnuToolsTemplate"));
-  EXPECT_EQ(rig.editor().Text(), "a = b\r\nc + d");
+  EXPECT_EQ(rig.editor().Text(), "<<H>>");
   ASSERT_EQ(rig.env.driver().Messages().size(), 1u);
   EXPECT_EQ(rig.env.driver().Messages()[0].text, "Template invalid or incomplete.");
   EXPECT_TRUE(rig.env.driver().Unused().empty());

@@ -36,10 +36,10 @@ class Driver {
   using Handler = std::function<void(HeadlessWindow& window)>;
 
   // A modal Show of the window named `window_name` ("frmExprBld", "frmFunction",
-  // "frmprompt", "frminputbox") runs, in this order: the next one-shot answer queued for
-  // that name, else the standing handler for it, else raises Unanswered naming it. The
-  // handler acts as the user (presses a button, closes the window); a modal window still
-  // shown when the handler returns raises Unanswered too, because nobody closed it.
+  // "frmprompt", "frminputbox", "frmtemplate", "frmtempladd") runs, in this order: the next
+  // one-shot answer queued for that name, else the standing handler for it, else raises Unanswered
+  // naming it. The handler acts as the user (presses a button, closes the window); a modal window
+  // still shown when the handler returns raises Unanswered too, because nobody closed it.
   void QueueAnswer(const std::string& window_name, Handler answer);
   // An empty handler removes the standing one.
   void SetStandingHandler(const std::string& window_name, Handler handler);

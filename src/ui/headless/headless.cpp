@@ -118,6 +118,14 @@ std::unique_ptr<InputBoxView> HeadlessDialogFactory::NewInputBoxView() {
   return std::make_unique<InputBoxHandle>(env_.Make<HeadlessInputBoxView>());
 }
 
+std::unique_ptr<TemplateManagerView> HeadlessDialogFactory::NewTemplateManagerView() {
+  return TemplateManagerHandle(env_.Make<HeadlessTemplateManagerView>());
+}
+
+std::unique_ptr<TemplateEditorView> HeadlessDialogFactory::NewTemplateEditorView() {
+  return TemplateEditorHandle(env_.Make<HeadlessTemplateEditorView>());
+}
+
 Environment::Environment() = default;
 Environment::~Environment() = default;
 
@@ -139,6 +147,14 @@ void Environment::AnswerPrompt(std::function<void(HeadlessPromptView&)> answer) 
 
 void Environment::AnswerInputBox(std::function<void(HeadlessInputBoxView&)> answer) {
   driver_.QueueAnswer("frminputbox", Typed(std::move(answer)));
+}
+
+void Environment::AnswerTemplateManager(std::function<void(HeadlessTemplateManagerView&)> answer) {
+  driver_.QueueAnswer("frmtemplate", Typed(std::move(answer)));
+}
+
+void Environment::AnswerTemplateEditor(std::function<void(HeadlessTemplateEditorView&)> answer) {
+  driver_.QueueAnswer("frmtempladd", Typed(std::move(answer)));
 }
 
 }  // namespace kx::ui::headless

@@ -24,6 +24,7 @@
 #include "ui/headless/controls.h"
 #include "ui/headless/driver.h"
 #include "ui/headless/editor.h"
+#include "ui/headless/template_views.h"
 #include "ui/headless/views.h"
 #include "ui/services.h"
 
@@ -75,6 +76,8 @@ class HeadlessDialogFactory : public DialogFactory {
   std::unique_ptr<FunctionView> NewFunctionView() override;
   std::unique_ptr<PromptView> NewPromptView() override;
   std::unique_ptr<InputBoxView> NewInputBoxView() override;
+  std::unique_ptr<TemplateManagerView> NewTemplateManagerView() override;
+  std::unique_ptr<TemplateEditorView> NewTemplateEditorView() override;
 
  private:
   Environment& env_;
@@ -103,6 +106,8 @@ class Environment {
   HeadlessFunctionView* Function() { return Latest<HeadlessFunctionView>(); }
   HeadlessPromptView* Prompt() { return Latest<HeadlessPromptView>(); }
   HeadlessInputBoxView* InputBox() { return Latest<HeadlessInputBoxView>(); }
+  HeadlessTemplateManagerView* TemplateManager() { return Latest<HeadlessTemplateManagerView>(); }
+  HeadlessTemplateEditorView* TemplateEditor() { return Latest<HeadlessTemplateEditorView>(); }
   // Every view made, oldest first.
   const std::vector<std::unique_ptr<HeadlessView>>& Views() const { return views_; }
 
@@ -112,6 +117,8 @@ class Environment {
   void AnswerFunction(std::function<void(HeadlessFunctionView&)> answer);
   void AnswerPrompt(std::function<void(HeadlessPromptView&)> answer);
   void AnswerInputBox(std::function<void(HeadlessInputBoxView&)> answer);
+  void AnswerTemplateManager(std::function<void(HeadlessTemplateManagerView&)> answer);
+  void AnswerTemplateEditor(std::function<void(HeadlessTemplateEditorView&)> answer);
 
   // Used by the factory.
   template <typename View, typename... Args>
