@@ -189,6 +189,10 @@ class Player {
       session_.AnswerInput(args[0]);
     } else if (a.text == "function") {
       session_.AnswerFunction(args[0], std::vector<std::string>(args.begin() + 1, args.end()));
+    } else if (a.text == "templates") {
+      session_.AnswerTemplateManager(args);
+    } else if (a.text == "template-editor") {
+      session_.AnswerTemplateEditor(args);
     } else if (a.text == "prompt") {
       session_.AnswerPrompt(args[0], args.size() > 1 && args[1] == "same",
                             args.size() > 2 ? args[2] : "");

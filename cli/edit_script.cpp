@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <iterator>
+#include <span>
 #include <sstream>
 
 #include "runtime/error.h"
@@ -58,6 +59,36 @@ std::vector<std::string> SplitBars(std::string_view text) {
   return parts;
 }
 
+// The steps of the template dialogs' answers and what follows each verb.
+struct TemplateStep {
+  enum Argument { kNone, kText, kAssignment };
+  std::string_view verb;
+  Argument argument;
+};
+
+constexpr TemplateStep kManagerSteps[] = {
+    {"select", TemplateStep::kText}, {"value", TemplateStep::kAssignment},
+    {"add", TemplateStep::kNone},    {"edit", TemplateStep::kNone},
+    {"remove", TemplateStep::kNone}, {"file", TemplateStep::kNone},
+    {"apply", TemplateStep::kNone},  {"close", TemplateStep::kNone},
+};
+constexpr std::string_view kManagerUsage =
+    "select NAME, value PARAM=TEXT, add, edit, remove, file, apply, close";
+
+constexpr TemplateStep kEditorSteps[] = {
+    {"name", TemplateStep::kText},
+    {"description", TemplateStep::kText},
+    {"body", TemplateStep::kText},
+    {"type", TemplateStep::kText},
+    {"default", TemplateStep::kAssignment},
+    {"param-description", TemplateStep::kAssignment},
+    {"ok", TemplateStep::kNone},
+    {"cancel", TemplateStep::kNone},
+};
+constexpr std::string_view kEditorUsage =
+    "name TEXT, description TEXT, body TEXT, type TEXT, default PARAM=TEXT, "
+    "param-description PARAM=TEXT, ok, cancel";
+
 void ParseAnswer(ScriptAction& action, std::string_view rest, const std::string& source) {
   const int line = action.line;
   std::string_view kind = NextWord(rest);
@@ -101,10 +132,31 @@ void ParseAnswer(ScriptAction& action, std::string_view rest, const std::string&
     auto parts = SplitBars(rest);
     if (parts.size() != 2) Fail(source, line, "answer replace needs FIND|REPLACEMENT");
     action.args = parts;
+  } else if (kind == "templates" || kind == "template-editor") {
+    const bool manager = kind == "templates";
+    if (rest.empty()) Fail(source, line, "answer " + std::string(kind) + " needs STEP|STEP|...");
+    for (std::string& step : SplitBars(rest)) {
+      std::string_view words = step;
+      std::string_view verb = NextWord(words);
+      const std::span<const TemplateStep> steps =
+          manager ? std::span<const TemplateStep>(kManagerSteps) : kEditorSteps;
+      const TemplateStep* known = nullptr;
+      for (const TemplateStep& each : steps)
+        if (each.verb == verb) known = &each;
+      if (!known || (known->argument == TemplateStep::kNone && !words.empty()) ||
+          (known->argument == TemplateStep::kAssignment &&
+           words.find('=') == std::string_view::npos) ||
+          (verb == "select" && words.empty()))
+        Fail(source, line,
+             "answer " + std::string(kind) + ": bad step '" + step + "' (" +
+                 std::string(manager ? kManagerUsage : kEditorUsage) + ")");
+      action.args.push_back(std::move(step));
+    }
   } else {
     Fail(source, line,
          "unknown answer kind '" + std::string(kind) +
-             "' (file, input, message, function, prompt, find, replace)");
+             "' (file, input, message, function, prompt, find, replace, templates, "
+             "template-editor)");
   }
 }
 

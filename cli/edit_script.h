@@ -32,7 +32,7 @@ struct ScriptAction {
   int line = 0;
   std::string text;               // KEY, CONTROL, NAME, TEXT; for answers the kind
   std::vector<int32_t> numbers;   // N, POS, START LENGTH, WIDTH HEIGHT, message button
-  std::vector<std::string> args;  // answers: the parts after the kind
+  std::vector<std::string> args;  // answers: the parts after the kind (template dialogs: steps)
 };
 
 // Parses a whole script. Errors raise kx::Error(5) with "SOURCE:LINE: what is wrong".

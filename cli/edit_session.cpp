@@ -45,6 +45,39 @@ class HeadlessGestures : public ui::ExprBldGestures {
   hl::HeadlessExprBldView& view_;
 };
 
+// A step's verb and what follows it ("value Field=^h": "value", "Field=^h").
+std::pair<std::string, std::string> StepParts(const std::string& step) {
+  const size_t blank = step.find(' ');
+  if (blank == std::string::npos) return {step, {}};
+  return {step.substr(0, blank), step.substr(blank + 1)};
+}
+
+std::pair<std::string, std::string> Assignment(const std::string& text) {
+  const size_t equals = text.find('=');
+  return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+// Plays the steps on a dialog; a step that cannot be done, or one left once the dialog has
+// closed, ends the run naming it.
+template <typename View, typename Act>
+void PlaySteps(View& view, const std::vector<std::string>& steps, Act act) {
+  const std::string window(view.Form().Name());
+  for (const std::string& step : steps) {
+    if (!view.Form().IsShown())
+      throw ui::Unanswered(window + " is closed before the step '" + step + "'");
+    auto [verb, rest] = StepParts(step);
+    bool done = false;
+    try {
+      done = act(verb, rest);
+    } catch (const ui::Unanswered&) {
+      throw;
+    } catch (const std::logic_error& e) {
+      throw ui::Unanswered(window + ": step '" + step + "': " + e.what());
+    }
+    if (!done) throw ui::Unanswered(window + ": step '" + step + "' cannot be done now");
+  }
+}
+
 class HeadlessSession : public EditSession {
  public:
   ui::Services Services() override { return env_.Services(); }
@@ -94,6 +127,33 @@ class HeadlessSession : public EditSession {
       prompt.Press(how == "ok" ? "cmdok" : "cmdcancel");
     });
   }
+  void AnswerTemplateManager(std::vector<std::string> steps) override {
+    env_.AnswerTemplateManager([steps](hl::HeadlessTemplateManagerView& m) {
+      PlaySteps(m, steps, [&m](const std::string& verb, const std::string& rest) {
+        if (verb == "select") return m.ChooseTemplate(rest);
+        if (verb == "value") {
+          auto [name, value] = Assignment(rest);
+          return m.EditValue(std::string_view(name), value);
+        }
+        return m.Press("cmd" + verb);
+      });
+    });
+  }
+  void AnswerTemplateEditor(std::vector<std::string> steps) override {
+    env_.AnswerTemplateEditor([steps](hl::HeadlessTemplateEditorView& e) {
+      PlaySteps(e, steps, [&e](const std::string& verb, const std::string& rest) {
+        if (verb == "name") return e.EnterName(rest);
+        if (verb == "description") return e.EnterDescription(rest);
+        if (verb == "body") return e.ReplaceBody(rest);
+        if (verb == "type") return e.TypeBody(rest);
+        if (verb == "default" || verb == "param-description") {
+          auto [name, value] = Assignment(rest);
+          return e.EditParameter(std::string_view(name), verb == "default" ? 2 : 1, value);
+        }
+        return e.Press("cmd" + verb);
+      });
+    });
+  }
   std::vector<std::string> Unused() const override { return env_.driver().Unused(); }
   const std::vector<hl::ShownMessage>& Messages() const override {
     return env_.driver().Messages();
@@ -108,6 +168,16 @@ class HeadlessSession : public EditSession {
 };
 
 }  // namespace
+
+void EditSession::AnswerTemplateManager(std::vector<std::string>) {
+  throw ui::Unanswered(
+      "the desktop window's template dialogs cannot be played from a script yet; use "
+      "--headless");
+}
+
+void EditSession::AnswerTemplateEditor(std::vector<std::string> steps) {
+  AnswerTemplateManager(std::move(steps));
+}
 
 std::unique_ptr<EditSession> NewHeadlessSession() {
   return std::make_unique<HeadlessSession>();

@@ -35,6 +35,10 @@ class EditSession {
   virtual void AnswerFunction(std::string how, std::vector<std::string> values) = 0;
   // `how`: "ok" (after typing `text` and setting the "same value" box) or "cancel".
   virtual void AnswerPrompt(std::string how, bool same, std::string text) = 0;
+  // The template manager and template editor, played step by step (docs/automation.md).
+  // Sessions that cannot play them refuse the answer when it is queued.
+  virtual void AnswerTemplateManager(std::vector<std::string> steps);
+  virtual void AnswerTemplateEditor(std::vector<std::string> steps);
   // Answers queued and never asked for, one line each.
   virtual std::vector<std::string> Unused() const = 0;
   // The message boxes shown so far (scripted runs).

@@ -6,6 +6,7 @@
 
 #include "host/conversion_document.h"
 #include "run_cli.h"
+#include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
@@ -140,6 +141,42 @@ TEST(EditCli, OkWritesTheExpressionBackIntoTheConversion) {
   Result missing = Edit({path, "0", "nokey"}, "press cmdok\n");
   EXPECT_NE(missing.code, 0);
   EXPECT_NE(missing.err.find("nokey"), std::string::npos);
+  fs::remove_all(dir);
+}
+
+TEST(EditCli, TheTemplateDialogsArePlayedStepByStep) {
+  fs::path dir = fs::temp_directory_path() / ("kx_edit_tpl_" + std::to_string(::getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  const std::string file = (dir / "t.tpl").string();
+  const std::vector<std::string> args = {"--expression", "a + b", "--allow-templates",
+                                         "--templates", file};
+  Result r = Edit(args,
+                  "answer template-editor name Wrap|type Trim(<<F>>) & <<G>>|"
+                  "default F=Highlighted Text|ok\n"
+                  "answer prompt ok every [x]\n"
+                  "answer templates add|value G=Prompt for Value|apply\n"
+                  "select 5 1\ntoolbar Template\npress cmdok\n");
+  EXPECT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(r.out, "a + Trim(b) & [x]\n");
+  EXPECT_NE(ReadWholeFile(file).find("@BeginTemplate Wrap"), std::string::npos);
+
+  const struct {
+    const char* script;
+    const char* err;
+  } failures[] = {
+      {"answer templates select Nope|close\ntoolbar Template\n",
+       "kxexpr: edit: <stdin>:2: frmtemplate: step 'select Nope': ssdgridtemplates has no row"},
+      {"answer templates close|apply\ntoolbar Template\n",
+       "kxexpr: edit: <stdin>:2: frmtemplate is closed before the step 'apply'"},
+      {"answer template-editor name Wrap|ok\nanswer templates add|close\ntoolbar Template\n",
+       "kxexpr: edit: <stdin>:3: the modal window frmtempladd is still open"},
+  };
+  for (const auto& f : failures) {
+    Result failed = Edit(args, f.script);
+    EXPECT_EQ(failed.code, 3) << f.script;
+    EXPECT_EQ(failed.err.rfind(f.err, 0), 0u) << failed.err;
+  }
   fs::remove_all(dir);
 }
 

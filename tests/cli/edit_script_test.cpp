@@ -38,6 +38,19 @@ TEST(EditScript, ParsesEveryActionWithItsArguments) {
   EXPECT_EQ(actions[10].verb, Verb::Dump);
 }
 
+TEST(EditScript, TemplateDialogAnswersAreStepsSplitAtBars) {
+  auto actions = ParseScript(
+      "answer templates select If\\|Then|value P=a=b|add|apply\n"
+      "answer template-editor body x\\r\\n<<A>>|description|default A=^h|ok\n",
+      "s");
+  ASSERT_EQ(actions.size(), 2u);
+  EXPECT_EQ(actions[0].text, "templates");
+  EXPECT_EQ(actions[0].args,
+            (std::vector<std::string>{"select If|Then", "value P=a=b", "add", "apply"}));
+  EXPECT_EQ(actions[1].args,
+            (std::vector<std::string>{"body x\r\n<<A>>", "description", "default A=^h", "ok"}));
+}
+
 TEST(EditScript, NamesTheLineOfEveryMistake) {
   struct Case {
     const char* script;
@@ -52,6 +65,10 @@ TEST(EditScript, NamesTheLineOfEveryMistake) {
       {"answer function maybe",
        "s:1: answer function needs 'ok VALUE|VALUE|...', 'cancel' or 'close'"},
       {"answer tea", "s:1: unknown answer kind 'tea'"},
+      {"answer templates select", "s:1: answer templates: bad step 'select' (select NAME"},
+      {"answer templates apply|value x", "s:1: answer templates: bad step 'value x'"},
+      {"answer templates ok", "s:1: answer templates: bad step 'ok'"},
+      {"answer template-editor ok now", "s:1: answer template-editor: bad step 'ok now'"},
       {"dump now", "s:1: dump takes no argument"},
   };
   for (const auto& c : cases) {
