@@ -90,6 +90,16 @@ QHBoxLayout* ButtonColumnRow(std::initializer_list<QPushButton*> buttons) {
   return row;
 }
 
+// A label of several lines: the presenter's CR LF line breaks shown as lines.
+class LinesLabel : public QtLabel {
+ public:
+  using QtLabel::QtLabel;
+  void SetCaption(const std::string& caption) override {
+    QtLabel::SetCaption(caption);
+    Widget()->setText(Widget()->text().replace(QStringLiteral("\r\n"), QStringLiteral("\n")));
+  }
+};
+
 template <typename T>
 void Add(std::vector<ui::Control*>& controls, const std::unique_ptr<T>& control) {
   controls.push_back(control.get());
@@ -142,7 +152,7 @@ QtTemplateManagerView::QtTemplateManagerView() : QtView(new FormDialog) {
   body->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   body->setAlignment(Qt::AlignLeft | Qt::AlignTop);
   body->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  lblbody_ = std::make_unique<QtLabel>("lblbody", body);
+  lblbody_ = std::make_unique<LinesLabel>("lblbody", body);
   auto* body_area = new QScrollArea(dialog);
   body_area->setWidget(body);
   body_area->setWidgetResizable(true);
