@@ -139,6 +139,7 @@ TEST_F(TemplateDialogs, TheEditorRefusesWhatCannotBeKeptAndCancelChangesNothing)
       m.Press("cmdadd");
       m.Press("cmdclose");
     });
+    EXPECT_EQ(ReadWholeFile(file), before) << c.message;
   }
   // Renaming a template to its own name in other letters is no clash.
   env.AnswerTemplateEditor([](Editor& e) {
