@@ -599,7 +599,7 @@ void frmExprBld::HandleToolsTemplateEditor() {
     manager.Show(builder.TemplateFile(), builder.TemplateName());
     if (!manager.Applied()) return;
     builder.TemplateFile(manager.Templates().filename());
-    if (ExprTemplateRef chosen = manager.Chosen()) builder.TemplateName(chosen->Name());
+    builder.TemplateName(manager.Applied()->Name());
   });
 }
 

@@ -45,7 +45,7 @@ frmtemplate::~frmtemplate() {
 }
 
 void frmtemplate::Show(const std::string& file, const std::string& name) {
-  applied_ = false;
+  applied_ = nullptr;
   if (!view_) {
     if (context_.services.dialogs == nullptr) Raise(kErrObjectNotSet);
     view_ = context_.services.dialogs->NewTemplateManagerView();
@@ -257,7 +257,7 @@ void frmtemplate::cmdapply_Click() {
       return;
     }
     if (!apply_ || !apply_(chosen)) return;
-    applied_ = true;
+    applied_ = chosen;
     view_->Form().Unload();
   });
 }

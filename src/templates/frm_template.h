@@ -44,8 +44,8 @@ class frmtemplate : public ui::TemplateManagerEvents {
   ExprTemplates& Templates() { return set_; }
   // The chosen template, null when the list is empty.
   ExprTemplateRef Chosen() const;
-  // Whether the last Show ended by applying a template.
-  bool Applied() const { return applied_; }
+  // The template the last Show ended by applying; null when it was closed instead.
+  const ExprTemplateRef& Applied() const { return applied_; }
 
   // ui::TemplateManagerEvents
   void Form_Activate() override {}
@@ -80,7 +80,7 @@ class frmtemplate : public ui::TemplateManagerEvents {
   std::unique_ptr<frmtempladd> editor_;
   ExprTemplates set_;
   bool loaded_ok_ = true;
-  bool applied_ = false;
+  ExprTemplateRef applied_;
 };
 
 }  // namespace kx

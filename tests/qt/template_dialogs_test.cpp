@@ -69,7 +69,8 @@ TEST(QtTemplateDialogs, ManagerAddsThroughTheEditorAndAppliesWithAPickedValue) {
   manager.Show(file, "Trim");
 
   EXPECT_EQ(applied_value, "^h");
-  EXPECT_TRUE(manager.Applied());
+  ASSERT_TRUE(manager.Applied());
+  EXPECT_EQ(manager.Applied()->Name(), "Trim");
   ExprTemplates saved;
   ASSERT_TRUE(saved.LoadFrom(file));
   ASSERT_EQ(saved.Count(), 2);
