@@ -59,6 +59,13 @@ LRESULT CALLBACK FormProcedure(HWND window, UINT message, WPARAM wparam, LPARAM 
   return DefWindowProcW(window, message, wparam, lparam);
 }
 
+// The thread's windows that a modal window disables while it runs.
+BOOL CALLBACK CollectEnabled(HWND other, LPARAM list) {
+  auto& windows = *reinterpret_cast<std::vector<HWND>*>(list);
+  if (IsWindowVisible(other) && IsWindowEnabled(other)) windows.push_back(other);
+  return TRUE;
+}
+
 }  // namespace
 
 const wchar_t kFormClass[] = L"KXExprForm";
@@ -727,14 +734,7 @@ void Win32Window::Show(bool modal) {
   // The caller's thread runs the dialog: its message loop ends when the window is hidden.
   // Its other windows wait meanwhile.
   std::vector<HWND> disabled;
-  EnumThreadWindows(
-      GetCurrentThreadId(),
-      [](HWND other, LPARAM list) -> BOOL {
-        auto& windows = *reinterpret_cast<std::vector<HWND>*>(list);
-        if (IsWindowVisible(other) && IsWindowEnabled(other)) windows.push_back(other);
-        return TRUE;
-      },
-      reinterpret_cast<LPARAM>(&disabled));
+  EnumThreadWindows(GetCurrentThreadId(), CollectEnabled, reinterpret_cast<LPARAM>(&disabled));
   std::erase(disabled, window_);
   for (HWND other : disabled) EnableWindow(other, FALSE);
   ++modal_depth_;

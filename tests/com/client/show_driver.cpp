@@ -3,6 +3,9 @@
 // waits for the top-level window titled CAPTION, reads what its editor holds, types TEXT in
 // place of it and presses OK or Cancel. RESULT_FILE receives the editor's text as found, so
 // the script that called Show can check that Show started from its Expression.
+//   show_driver watch STOP_FILE RESULT_FILE
+// answers the first message box that shows before STOP_FILE exists (at most a minute),
+// writing its text to RESULT_FILE: a script that expects none fails instead of waiting.
 
 #include <windows.h>
 
@@ -11,28 +14,29 @@
 
 namespace {
 
+struct Search {
+  const wchar_t* window_class;
+  const wchar_t* text;
+  HWND found;
+};
+
+BOOL CALLBACK Visit(HWND child, LPARAM data) {
+  auto& s = *reinterpret_cast<Search*>(data);
+  wchar_t name[64] = {};
+  GetClassNameW(child, name, 64);
+  if (lstrcmpiW(name, s.window_class) != 0) return TRUE;
+  if (s.text) {
+    wchar_t caption[64] = {};
+    GetWindowTextW(child, caption, 64);
+    if (lstrcmpW(caption, s.text) != 0) return TRUE;
+  }
+  s.found = child;
+  return FALSE;
+}
+
 HWND FindChild(HWND parent, const wchar_t* window_class, const wchar_t* text) {
-  struct Search {
-    const wchar_t* window_class;
-    const wchar_t* text;
-    HWND found;
-  } search{window_class, text, nullptr};
-  EnumChildWindows(
-      parent,
-      [](HWND child, LPARAM data) -> BOOL {
-        auto& s = *reinterpret_cast<Search*>(data);
-        wchar_t name[64] = {};
-        GetClassNameW(child, name, 64);
-        if (lstrcmpiW(name, s.window_class) != 0) return TRUE;
-        if (s.text) {
-          wchar_t caption[64] = {};
-          GetWindowTextW(child, caption, 64);
-          if (lstrcmpW(caption, s.text) != 0) return TRUE;
-        }
-        s.found = child;
-        return FALSE;
-      },
-      reinterpret_cast<LPARAM>(&search));
+  Search search{window_class, text, nullptr};
+  EnumChildWindows(parent, Visit, reinterpret_cast<LPARAM>(&search));
   return search.found;
 }
 
@@ -68,6 +72,14 @@ bool AnswerMessageBox(const wchar_t* result_file) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
+  if (argc == 4 && lstrcmpiW(argv[1], L"watch") == 0) {
+    for (int i = 0; i < 600; ++i) {
+      if (GetFileAttributesW(argv[2]) != INVALID_FILE_ATTRIBUTES) return 0;
+      if (AnswerMessageBox(argv[3])) return 1;
+      Sleep(100);
+    }
+    return 0;
+  }
   if (argc != 5) {
     std::fprintf(stderr, "usage: show_driver CAPTION ok|cancel TEXT RESULT_FILE\n");
     return 2;

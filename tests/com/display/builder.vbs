@@ -28,6 +28,12 @@ Class TargetLike
   End Sub
 End Class
 
+' A message box would wait for ever: the driver answers it and tells.
+Dim folder : folder = WScript.Arguments(0)
+Dim shell : Set shell = CreateObject("WScript.Shell")
+Dim fs : Set fs = CreateObject("Scripting.FileSystemObject")
+shell.Run """" & WScript.Arguments(1) & """ watch """ & folder & "\stop"" """ & folder & "\box.txt""", 0, False
+
 Dim n, b : Set b = CreateObject("KXExpressionBuilder75.ExpressionBuilder")
 
 ' ---- defaults
@@ -82,7 +88,7 @@ Call Check(b.SourceControl Is Nothing And trg.calls = 1, "Nothing imports nothin
 
 ' ---- the bundled host's sides, user lists and the tree
 Dim doc : Set doc = CreateObject("kxexpr.ConversionDocument")
-doc.Load WScript.Arguments(0) & "\sample-conversion.json"
+doc.Load folder & "\sample-conversion.json"
 Set b.SourceControl = doc.Source
 Set b.TargetControl = doc.Target
 Call Check(b.TargetControl Is doc.Target, "a host's own sides")
@@ -99,4 +105,10 @@ b2.KXExpressionBuilder_AddList "", "Sizes", "sizes", "S|M|L"
 b2.BuildUserTree
 Set b2 = Nothing
 
+' A box, had there been one, was written down before it was answered.
+Dim stopper : Set stopper = fs.CreateTextFile(folder & "\stop")
+stopper.Close
+If fs.FileExists(folder & "\box.txt") Then
+  Call Check(False, fs.OpenTextFile(folder & "\box.txt").ReadAll)
+End If
 If failures = 0 Then WScript.Echo "DONE"
