@@ -686,13 +686,21 @@ std::optional<std::string> Win32FileDialog::ShowOpen(const ui::FileDialogRequest
   return file;
 }
 
-// The shell opens the file with its associated viewer; a context number has no place in
-// that request, so the viewer opens on its contents page.
-void Win32HelpViewer::ShowContext(const std::string& help_file, int32_t) {
-  if (Trim(help_file).empty()) return;
-  const auto result = reinterpret_cast<INT_PTR>(
-      ShellExecuteA(GetActiveWindow(), "open", help_file.c_str(), nullptr, nullptr, SW_SHOWNORMAL));
-  if (result <= 32) Raise(kErrFileNotFound);
+// A .chm file opens in the HTML help viewer on its map number; anything else is a WinHelp
+// file and opens on its context.
+void Win32HelpViewer::ShowContext(const std::string& help_file, int32_t context) {
+  const std::string file(Trim(help_file));
+  if (file.empty()) return;
+  HWND owner = GetActiveWindow();
+  if (EqualsIgnoreCase(file.size() > 4 ? file.substr(file.size() - 4) : file, ".chm")) {
+    const std::string arguments = "-mapid " + std::to_string(context) + " \"" + file + "\"";
+    const auto result = reinterpret_cast<INT_PTR>(
+        ShellExecuteA(owner, "open", "hh.exe", arguments.c_str(), nullptr, SW_SHOWNORMAL));
+    if (result <= 32) Raise(kErrFileNotFound, "File not found: " + file);
+    return;
+  }
+  if (!WinHelpA(owner, file.c_str(), HELP_CONTEXT, static_cast<ULONG_PTR>(context)))
+    Raise(kErrFileNotFound, "File not found: " + file);
 }
 
 }  // namespace kx::com::win32

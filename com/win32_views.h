@@ -17,7 +17,7 @@ class Win32FileDialog : public ui::FileDialog {
   std::optional<std::string> ShowOpen(const ui::FileDialogRequest& request) override;
 };
 
-// Help files are opened by the shell with whatever the system associates with them.
+// Help on a context number of the host's help file.
 class Win32HelpViewer : public ui::HelpViewer {
  public:
   void ShowContext(const std::string& help_file, int32_t context) override;

@@ -1,7 +1,9 @@
 // Plays the user of the builder's window from another process:
-//   show_driver CAPTION ok|cancel TEXT RESULT_FILE
-// waits for the top-level window titled CAPTION, reads what its editor holds, types TEXT in
-// place of it and presses OK or Cancel. RESULT_FILE receives the editor's text as found, so
+//   show_driver CAPTION ok|cancel TEXT RESULT_FILE [BUTTON...]
+// waits for the top-level window titled CAPTION, reads what its editor (or the dialog's
+// first edit box) holds, types TEXT in
+// place of it, presses the BUTTONs named by caption (the operator pad's) and then OK or
+// Cancel. RESULT_FILE receives the editor's text as found, so
 // the script that called Show can check that Show started from its Expression.
 //   show_driver watch STOP_FILE RESULT_FILE
 // answers the first message box that shows before STOP_FILE exists (at most a minute),
@@ -26,9 +28,13 @@ BOOL CALLBACK Visit(HWND child, LPARAM data) {
   GetClassNameW(child, name, 64);
   if (lstrcmpiW(name, s.window_class) != 0) return TRUE;
   if (s.text) {
+    // Captions are compared without their accelerator marks: "&Cancel" is "Cancel".
     wchar_t caption[64] = {};
     GetWindowTextW(child, caption, 64);
-    if (lstrcmpW(caption, s.text) != 0) return TRUE;
+    std::wstring plain;
+    for (const wchar_t* c = caption; *c; ++c)
+      if (*c != L'&') plain.push_back(*c);
+    if (lstrcmpW(plain.c_str(), s.text) != 0) return TRUE;
   }
   s.found = child;
   return FALSE;
@@ -80,8 +86,8 @@ int wmain(int argc, wchar_t** argv) {
     }
     return 0;
   }
-  if (argc != 5) {
-    std::fprintf(stderr, "usage: show_driver CAPTION ok|cancel TEXT RESULT_FILE\n");
+  if (argc < 5) {
+    std::fprintf(stderr, "usage: show_driver CAPTION ok|cancel TEXT RESULT_FILE [BUTTON...]\n");
     return 2;
   }
   const std::wstring caption = argv[1];
@@ -97,7 +103,9 @@ int wmain(int argc, wchar_t** argv) {
   }
   Sleep(300);
   if (AnswerMessageBox(argv[4])) return 1;
+  // The builder's editor, or the one-line box of a dialog.
   HWND editor = FindChild(form, L"RichEdit20A", nullptr);
+  if (!editor) editor = FindChild(form, L"Edit", nullptr);
   HWND button = FindChild(form, L"Button", ok ? L"OK" : L"Cancel");
   if (!editor || !button) {
     std::fprintf(stderr, "the window has no editor or no %ls button\n", argv[2]);
@@ -117,6 +125,14 @@ int wmain(int argc, wchar_t** argv) {
   // Typed over everything the editor holds, as a user who selects all and types would.
   SendMessageW(editor, EM_SETSEL, 0, -1);
   SendMessageW(editor, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(argv[3]));
+  for (int i = 5; i < argc; ++i) {
+    HWND pad = FindChild(form, L"Button", argv[i]);
+    if (!pad) {
+      std::fprintf(stderr, "no button %ls\n", argv[i]);
+      return 1;
+    }
+    SendMessageW(pad, BM_CLICK, 0, 0);
+  }
   SendMessageW(button, BM_CLICK, 0, 0);
   Sleep(300);
   return AnswerMessageBox(argv[4]) ? 1 : 0;
