@@ -63,6 +63,10 @@ template <typename Base>
 class Win32Control : public Base {
  public:
   Win32Control(std::string name, HWND window) : name_(std::move(name)), window_(window) {}
+  // The window goes with its parent; its notifications must not reach this object after.
+  ~Win32Control() override { Attach(window_, nullptr); }
+  Win32Control(const Win32Control&) = delete;
+  Win32Control& operator=(const Win32Control&) = delete;
   std::string_view Name() const override { return name_; }
   void SetVisible(bool visible) override { ShowWindow(window_, visible ? SW_SHOWNA : SW_HIDE); }
   bool Visible() const override { return (GetWindowLongW(window_, GWL_STYLE) & WS_VISIBLE) != 0; }
