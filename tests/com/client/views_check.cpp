@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -67,6 +68,29 @@ struct Sink : ui::ExprBldEvents {
 
 ui::Window* modal_window = nullptr;
 
+// Plays the user of the Replace dialog: "b" by "XY", Replace All, then closes it.
+void CALLBACK ReplaceAll(HWND, UINT, UINT_PTR id, DWORD) {
+  HWND dialog = FindWindowW(L"#32770", L"Replace");
+  if (!dialog) return;  // not up yet: the timer comes again
+  KillTimer(nullptr, id);
+  SetDlgItemTextW(dialog, 0x480, L"b");
+  SetDlgItemTextW(dialog, 0x481, L"XY");
+  SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(0x401, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, 0x401)));
+  SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, IDCANCEL)));
+}
+
+// A click of the left button in the middle of `r`, as the user makes it. The release is
+// queued first: a control that tracks the mouse after the press waits for it there.
+void Click(HWND window, const RECT& r) {
+  const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  PostMessageW(window, WM_LBUTTONUP, 0, at);
+  SendMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  MSG msg;
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&msg);
+}
+
 void CALLBACK HideModal(HWND, UINT, UINT_PTR id, DWORD) {
   KillTimer(nullptr, id);
   modal_window->Hide();
@@ -113,6 +137,14 @@ void CheckEditor(ui::EditorControl& ed, const std::filesystem::path& folder) {
   Check(ed.Text() == "ab\r\nX\r\nY" && !ed.CanUndo(), "a saved file loads back, with no undo");
   Check(Raised([&] { ed.LoadFile((folder / "missing.txt").string()); }) == kErrFileNotFound,
         "loading a missing file: 53");
+  ed.Clear();
+  ed.InsertText("abc\r\nbb");
+  SetTimer(nullptr, 0, 100, ReplaceAll);
+  ed.Replace();
+  Check(ed.Text() == "aXYc\r\nXYXY", "Replace All in the Replace dialog: [" + ed.Text() + "]");
+  ed.Undo();
+  Check(ed.Text() == "abc\r\nbb", "Replace All is one undo step");
+
   ed.SetKeywordFile("kxsyntax.ini");
   Check(Raised([&] { ed.ReloadKeywords(); }) == 0, "keywords found beside the data");
 }
@@ -148,6 +180,21 @@ int wmain(int argc, wchar_t** argv) {
         "children, tags and expansion");
   tree.SelectNode("B");
   Check(tree.SelectedKey() == "B" && sink.heard.empty(), "selecting a node fires no click");
+  view->Form().Show(false);
+  sink.heard.clear();
+  HWND tree_window = static_cast<Win32TreeView&>(tree).Handle();
+  view->vselbottom().SetBounds({0, 0, 6000, 3000});
+  tree.SetBounds({0, 0, 3000, 3000});
+  // The message takes the item in the rectangle it fills.
+  RECT item{};
+  HTREEITEM root = TreeView_GetRoot(tree_window);
+  std::memcpy(&item, &root, sizeof root);
+  SendMessageW(tree_window, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&item));
+  Click(tree_window, item);
+  Check(tree.SelectedKey() == "A" && sink.heard == std::vector<std::string>{"node A"},
+        "a click on a node fires NodeClick with its key: " + tree.SelectedKey() + " " +
+            (sink.heard.empty() ? std::string("-") : sink.heard[0]));
+  sink.heard.clear();
   tree.Clear();
   Check(tree.Nodes().empty() && !tree.Node("A"), "clear");
 
@@ -159,6 +206,15 @@ int wmain(int argc, wchar_t** argv) {
       grid.Rows() == 3 && grid.CurrentRow() == 1 && grid.CellText(2) == "Mid" && sink.heard.empty(),
       "rows, and a current row set by the program fires nothing");
   Check(Raised([&] { grid.CellText(3); }) == kErrIndexOutOfBounds, "a row past the end: 35600");
+  grid.SetBounds({0, 0, 3000, 3000});
+  HWND list = static_cast<Win32Grid&>(grid).Handle();
+  RECT row{};
+  row.left = LVIR_LABEL;
+  SendMessageW(list, LVM_GETITEMRECT, 2, reinterpret_cast<LPARAM>(&row));
+  Click(list, row);
+  Check(grid.CurrentRow() == 2 && sink.heard == std::vector<std::string>{"before", "moved"},
+        "a click on a row: BeforeRowColChange, then RowColChange");
+  sink.heard.clear();
   grid.RemoveAll();
   Check(grid.Rows() == 0 && grid.CurrentRow() == -1, "RemoveAll leaves no current row");
 
