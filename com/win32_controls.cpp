@@ -287,6 +287,8 @@ void Win32TreeView::AddNode(const ui::TreeNode& node) {
   keys_[item] = node.key;
   (parent ? parent->children : roots_).push_back(node.key);
   if (node.expanded) SetExpanded(node.key, true);
+  // A node is marked expanded before it has children, which the control cannot show open.
+  if (parent && parent->node.expanded) TreeView_Expand(window_, parent->item, TVE_EXPAND);
 }
 
 Win32TreeView::Entry& Win32TreeView::Find(std::string_view key) {

@@ -165,6 +165,8 @@ int wmain(int argc, wchar_t** argv) {
   tree.AddNode({"A", "a", "", "", false});
   tree.AddNode({"C", "c", "", "", false});
   tree.AddNode({"B", "b", "tag", "A", true});
+  tree.SetExpanded("A", true);
+  tree.AddNode({"B1", "b1", "", "B", false});
   Check(Raised([&] {
           tree.AddNode({"B", "again", "", "", false});
         }) == kErrKeyNotUnique,
@@ -175,7 +177,11 @@ int wmain(int argc, wchar_t** argv) {
         "a missing parent: 35601");
   std::string order;
   for (const ui::TreeNode& n : tree.Nodes()) order += n.key;
-  Check(order == "ABC", "nodes depth first: " + order);
+  Check(order == "ABB1C", "nodes depth first: " + order);
+  const HWND tree_handle = static_cast<Win32TreeView&>(tree).Handle();
+  const HTREEITEM b = TreeView_GetChild(tree_handle, TreeView_GetRoot(tree_handle));
+  Check((TreeView_GetItemState(tree_handle, b, TVIS_EXPANDED) & TVIS_EXPANDED) != 0,
+        "a node marked expanded shows open once it has children");
   Check(tree.ChildCount("A") == 1 && tree.Node("B")->tag == "tag" && tree.Node("B")->expanded,
         "children, tags and expansion");
   tree.SelectNode("B");
