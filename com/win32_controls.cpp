@@ -568,6 +568,19 @@ bool Win32Grid::Notify(UINT message, WPARAM, LPARAM lparam, LRESULT& result) {
 
 namespace {
 
+// The system's standard small pictures for the commands it has them for; -1 for others,
+// which show their text instead.
+int StandardImage(std::string_view image) {
+  static const std::pair<std::string_view, int> kImages[] = {
+      {"Open", STD_FILEOPEN}, {"Save", STD_FILESAVE},   {"Properties", STD_PROPERTIES},
+      {"Cut", STD_CUT},       {"Copy", STD_COPY},       {"Paste", STD_PASTE},
+      {"Find", STD_FIND},     {"Replace", STD_REPLACE}, {"Undo", STD_UNDO},
+      {"Redo", STD_REDOW}};
+  for (const auto& [name, index] : kImages)
+    if (name == image) return index;
+  return -1;
+}
+
 class Win32ToolbarButton : public ui::ToolbarButton {
  public:
   Win32ToolbarButton(HWND toolbar, int id, std::string key)
@@ -581,7 +594,12 @@ class Win32ToolbarButton : public ui::ToolbarButton {
   }
   void SetToolTip(const std::string& text) override { tooltip_ = text; }
   std::string ToolTip() const override { return tooltip_; }
-  void SetImage(const std::string& image) override { image_ = image; }
+  void SetImage(const std::string& image) override {
+    image_ = image;
+    const int index = StandardImage(image);
+    if (index >= 0)
+      SendMessageW(toolbar_, TB_CHANGEBITMAP, static_cast<WPARAM>(id_), MAKELPARAM(index, 0));
+  }
   std::string Image() const override { return image_; }
   int Id() const { return id_; }
 
@@ -599,25 +617,34 @@ constexpr int kFirstToolId = 0x7000;
 
 Win32Toolbar::Win32Toolbar(std::string name, HWND parent,
                            std::function<void(const std::string&)> on_click)
-    : Win32Control(std::move(name),
-                   MakeChild(TOOLBARCLASSNAMEW,
-                             TBSTYLE_FLAT | TBSTYLE_LIST | CCS_NORESIZE | CCS_NODIVIDER, parent)),
+    : Win32Control(std::move(name), MakeChild(TOOLBARCLASSNAMEW,
+                                              TBSTYLE_FLAT | TBSTYLE_LIST | TBSTYLE_TOOLTIPS |
+                                                  CCS_NORESIZE | CCS_NODIVIDER,
+                                              parent)),
       on_click_(std::move(on_click)) {
   SendMessageW(window_, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
-  SendMessageW(window_, TB_SETBITMAPSIZE, 0, MAKELONG(0, 0));
   SendMessageW(window_, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_MIXEDBUTTONS);
+  SendMessageW(window_, TB_LOADIMAGES, IDB_STD_SMALL_COLOR,
+               reinterpret_cast<LPARAM>(HINST_COMMCTRL));
   Attach(window_, this);
+  // The tips ask the toolbar's parent for their texts, in the tip window's name.
+  tips_ = reinterpret_cast<HWND>(SendMessageW(window_, TB_GETTOOLTIPS, 0, 0));
+  if (tips_) Attach(tips_, this);
 }
 
-Win32Toolbar::~Win32Toolbar() = default;
+Win32Toolbar::~Win32Toolbar() {
+  if (tips_) Attach(tips_, nullptr);
+}
 
 void Win32Toolbar::AddButton(const ui::ToolbarButtonDef& def) {
   const int id = kFirstToolId + static_cast<int>(buttons_.size());
   TBBUTTON button{};
-  button.iBitmap = I_IMAGENONE;
+  const int image = StandardImage(def.image);
+  button.iBitmap = image >= 0 ? image : I_IMAGENONE;
   button.idCommand = id;
   button.fsState = TBSTATE_ENABLED;
-  button.fsStyle = def.separator ? BTNS_SEP : (BTNS_BUTTON | BTNS_AUTOSIZE | BTNS_SHOWTEXT);
+  button.fsStyle =
+      def.separator ? BTNS_SEP : (BTNS_BUTTON | BTNS_AUTOSIZE | (image >= 0 ? 0 : BTNS_SHOWTEXT));
   std::string caption = def.tooltip.empty() ? def.key : def.tooltip;
   caption.push_back('\0');
   if (!def.separator)
@@ -646,7 +673,19 @@ void Win32Toolbar::SetBounds(const ui::Rect& r) {
   SendMessageW(window_, TB_AUTOSIZE, 0, 0);
 }
 
-bool Win32Toolbar::Notify(UINT message, WPARAM wparam, LPARAM, LRESULT& result) {
+bool Win32Toolbar::Notify(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
+  if (message == WM_NOTIFY) {
+    auto* info = reinterpret_cast<NMTTDISPINFOW*>(lparam);
+    if (info->hdr.code != TTN_GETDISPINFOW) return false;
+    const auto index = static_cast<size_t>(info->hdr.idFrom - kFirstToolId);
+    if (index >= buttons_.size()) return false;
+    const std::string tip = buttons_[index]->ToolTip();
+    tip_.assign(tip.size() + 1, L'\0');
+    MultiByteToWideChar(CP_ACP, 0, tip.c_str(), -1, tip_.data(), static_cast<int>(tip_.size()));
+    info->lpszText = tip_.data();
+    result = 0;
+    return true;
+  }
   if (message != WM_COMMAND) return false;
   const auto index = static_cast<size_t>(LOWORD(wparam) - kFirstToolId);
   if (index >= buttons_.size()) return false;

@@ -248,6 +248,8 @@ class Win32Toolbar : public Win32Control<ui::Toolbar>, public Notified {
  private:
   std::vector<std::unique_ptr<ui::ToolbarButton>> buttons_;
   std::function<void(const std::string&)> on_click_;
+  HWND tips_ = nullptr;
+  std::wstring tip_;
 };
 
 // A top-level window: the form of a view. Its controls are children of its client area.
