@@ -4,6 +4,7 @@
 #include "inventory/expression_list.h"
 #include "objects.h"
 #include "template_objects.h"
+#include "templates/template_apply.h"
 
 namespace kx::com {
 
@@ -186,10 +187,16 @@ class ListObject : public DualObject<_ExpressionList> {
     return Guarded([&] { list_.SetTemplateToUse(RequireNative<TemplateObject>(value)); });
   }
   HRESULT STDMETHODCALLTYPE ApplyTemplatetoStrings() override {
-    // Template application needs the prompt dialog, which this server does not have yet.
-    return ReportComError(Error(445,
-                                "Object doesn't support this action: template "
-                                "application is not available in this build"));
+    return Guarded([&] {
+      if (const auto& tpl = list_.TemplateToUse()) {
+        // It would never end: refused before anything is asked.
+        if (auto name = SelfReferencingParameter(*tpl))
+          Raise(kErrInvalidCall, SelfReferenceMessage("<<" + *name + ">>"));
+        ArmPrompts(*tpl);
+      }
+      std::unique_ptr<ValuePrompter> prompter = NewDialogPrompter();
+      kx::ApplyTemplatetoStrings(list_, *prompter, &Win32MessageBoxService());
+    });
   }
   HRESULT STDMETHODCALLTYPE BuildRecordFieldComboDropDownList(IDispatch* combo) override {
     return Guarded(

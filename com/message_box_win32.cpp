@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include "objects.h"
 #include "ui/message_box.h"
 
 namespace kx::com {
@@ -35,5 +36,9 @@ Win32MessageBox g_message_box;
 ui::ScopedMessageBox g_installed(g_message_box);
 
 }  // namespace
+
+ui::MessageBoxService& Win32MessageBoxService() {
+  return g_message_box;
+}
 
 }  // namespace kx::com

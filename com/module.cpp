@@ -16,13 +16,11 @@ namespace {
 struct ClassEntry {
   const CLSID& clsid;
   const wchar_t* prog_id;
-  HRESULT (*create)(REFIID, void**);  // null: reserved, not registered yet
+  HRESULT (*create)(REFIID, void**);
 };
 
-// ExpressionBuilder's identifier is reserved for the builder class, which this server does not
-// offer yet; it is left out of the registration until it does.
 const ClassEntry kClasses[] = {
-    {CLSID_ExpressionBuilder, L"KXExpressionBuilder75.ExpressionBuilder", nullptr},
+    {CLSID_ExpressionBuilder, L"KXExpressionBuilder75.ExpressionBuilder", CreateExpressionBuilder},
     {CLSID_ExpressionList, L"KXExpressionBuilder75.ExpressionList", CreateExpressionList},
     {CLSID_ExpressionInfo, L"KXExpressionBuilder75.ExpressionInfo", CreateExpressionInfo},
     {CLSID_ExprTemplates, L"KXExpressionBuilder75.ExprTemplates", CreateExprTemplates},
@@ -125,7 +123,7 @@ extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID clsid, REFIID iid, 
   if (!out) return E_POINTER;
   *out = nullptr;
   for (const ClassEntry& entry : kClasses) {
-    if (entry.clsid != clsid || !entry.create) continue;
+    if (entry.clsid != clsid) continue;
     auto* factory = new (std::nothrow) ClassFactory(entry.create);
     if (!factory) return E_OUTOFMEMORY;
     HRESULT hr = factory->QueryInterface(iid, out);
@@ -144,7 +142,6 @@ extern "C" HRESULT STDAPICALLTYPE DllRegisterServer() {
   if (path.empty()) return SELFREG_E_CLASS;
   const std::wstring library = GuidText(LIBID_KXExpressionBuilder75);
   for (const ClassEntry& entry : kClasses) {
-    if (!entry.create) continue;
     const std::wstring key = L"CLSID\\" + GuidText(entry.clsid);
     const bool ok =
         SetText(key, nullptr, entry.prog_id) && SetText(key + L"\\InprocServer32", nullptr, path) &&

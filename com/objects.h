@@ -8,6 +8,13 @@
 
 #include "com_support.h"
 
+namespace kx {
+class ValuePrompter;
+namespace ui {
+class MessageBoxService;
+}
+}  // namespace kx
+
 namespace kx::com {
 
 // A wrapper of a shared core object of type Core, found again from its core object.
@@ -82,7 +89,13 @@ auto RequireNative(IUnknown* unknown) {
     return S_OK;                                                       \
   }
 
+// The process's real message boxes.
+ui::MessageBoxService& Win32MessageBoxService();
+// Asks for template values through the prompt dialog.
+std::unique_ptr<ValuePrompter> NewDialogPrompter();
+
 // Creatable classes.
+HRESULT CreateExpressionBuilder(REFIID iid, void** out);
 HRESULT CreateExpressionList(REFIID iid, void** out);
 HRESULT CreateExpressionInfo(REFIID iid, void** out);
 HRESULT CreateExprTemplates(REFIID iid, void** out);

@@ -85,8 +85,26 @@ list.Delete 2         ' a 16-bit number is a position
 Call Check(list.Count = 1 And list.Item(1) Is a, "Delete of the 16-bit 2 removes the second record")
 On Error Resume Next : list.Delete 5 : n = Err.Number : On Error GoTo 0
 Call Check(n = 9, "Delete of a position past the end: 9")
+' Template application with values that need no prompt: the current text and the selection,
+' spliced back in place of the selection.
+Dim tw : Set tw = CreateObject("KXExpressionBuilder75.ExprTemplate")
+tw.Name = "Wrap" : tw.Body = "Trim(<<X>>) & <<Y>>"
+tw.ExtractandAddParams
+tw.ParameterValuebyName "X", "^c" : tw.ParameterValuebyName "Y", "^h"
+Dim sel : Set sel = NewInfo("s", "ab" & vbCrLf & "cd")
+sel.SelectedText = "c" : sel.SelRowStart = 2 : sel.SelRowEnd = 2 : sel.SelColStart = 0 : sel.SelColEnd = 1
+list.Add sel
+Set list.TemplateToUse = tw
+list.ApplyTemplatetoStrings
+Call Check(a.ReplacedExpression = "Trim(1) & " And a.ReplacedSelectedText = "Trim(1) & ", _
+  "applied to a record without selection: " & a.ReplacedExpression)
+Call Check(sel.ReplacedSelectedText = "Trim(ab" & vbCrLf & "cd) & c" And _
+  sel.ReplacedExpression = "ab" & vbCrLf & "Trim(ab" & vbCrLf & "cd) & cd", _
+  "applied in place of the selection: " & sel.ReplacedExpression)
+tw.ParameterValuebyName "Y", "<<Y>>!"
 On Error Resume Next : list.ApplyTemplatetoStrings : n = Err.Number : On Error GoTo 0
-Call Check(n = 445, "template application is not offered yet: 445")
+Call Check(n = 5 And a.ReplacedExpression = "Trim(1) & ", "a value holding its own name is refused (5), nothing changed")
+list.Delete "s"
 list.RemoveAll
 Call Check(list.Count = 0 And list.Item(1) Is Nothing, "RemoveAll empties the list")
 Call Check(a.ExpressionKey = "a", "a record outlives the list that held it")

@@ -4,6 +4,8 @@
 #   wine-test.sh script  WORK FILE       cscript on a .vbs/.js test in a fresh copy of the data
 #   wine-test.sh client  WORK EXE        a test program, likewise
 #   wine-test.sh display-client WORK EXE  the same on a virtual display (Xvfb)
+#   wine-test.sh display-script WORK FILE [EXE]  a script on a virtual display; EXE, a program
+#                                         it may start, is its second argument
 #   wine-test.sh cleanup WORK            stops the prefix's wineserver
 #   wine-test.sh skip    REASON          reports a skipped test
 # A test passes when it exits 0 and its last line is DONE: Wine's script host exits 0 even
@@ -57,7 +59,8 @@ fresh_data() {
   local dir=$work/run/$1
   rm -rf "$dir"
   mkdir -p "$dir/modules"
-  cp "$source_dir/data/sample-conversion.json" "$source_dir/data/sample.tpl" "$dir/"
+  cp "$source_dir/data/sample-conversion.json" "$source_dir/data/sample.tpl" \
+    "$source_dir/data/kx750ui_fn.dll" "$source_dir/data/kxsyntax.ini" "$dir/"
   cp "$source_dir"/data/modules/* "$dir/modules/"
   echo "$dir"
 }
@@ -93,15 +96,23 @@ case "$action" in
     dir=$(fresh_data client)
     judge "$wine" "$(windows_path "$exe")" "$(windows_path "$dir")"
     ;;
-  display-client)
-    command -v xvfb-run >/dev/null || skip "xvfb-run is not installed: no display for message boxes"
-    exe=$3
-    dir=$(fresh_data display-client)
+  display-client|display-script)
+    command -v xvfb-run >/dev/null || skip "xvfb-run is not installed: no display for windows"
+    file=$3
+    name=$(basename "$file")
+    dir=$(fresh_data "display-${name%.*}")
+    if [ "$action" = display-script ]; then
+      run=("$wine" cscript //nologo "$(windows_path "$file")" "$(windows_path "$dir")")
+      [ $# -ge 4 ] && run+=("$(windows_path "$4")")
+    else
+      run=("$wine" "$(windows_path "$file")" "$(windows_path "$dir")")
+    fi
     # The prefix's desktop process belongs to the display it started with: begin and end
     # with none running, so that this test's desktop is on its display and goes with it.
     wineserver -k 2>/dev/null
     wineserver -w
-    (judge xvfb-run -a "$wine" "$(windows_path "$exe")" "$(windows_path "$dir")")
+    # A window nobody answers would wait for ever: the guard ends the run.
+    (judge timeout -k 5 90 xvfb-run -a "${run[@]}")
     rc=$?
     wineserver -k 2>/dev/null
     wineserver -w

@@ -267,6 +267,14 @@ int wmain(int argc, wchar_t** argv) {
   ListsOfStringsFromATypedHost();
   InventoryThroughIDispatchAndTheVtable(argv[1]);
 
+  // The builder makes its window with it: with no desktop there is no builder, and the
+  // caller learns why (429).
+  IUnknown* builder = nullptr;
+  CHECK(CoCreateInstance(CLSID_ExpressionBuilder, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
+                         reinterpret_cast<void**>(&builder)) ==
+        MAKE_HRESULT(SEVERITY_ERROR, FACILITY_CONTROL, 429));
+  CHECK(builder == nullptr);
+
   // Every object released: the server may be unloaded.
   HMODULE server = GetModuleHandleW(L"kxexprcom.dll");
   CHECK(server != nullptr);

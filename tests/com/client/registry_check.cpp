@@ -1,6 +1,6 @@
 // The core's registry functions over the Win32 registry: the host library's path (its key
 // left behind when absent), and the value kinds QueryValueEx reads. Prints DONE when every
-// check held. Run in a throwaway prefix: it writes under HKEY_CLASSES_ROOT.
+// check held. Run in a throwaway prefix: it writes under HKEY_CLASSES_ROOT (and removes it).
 
 #include <windows.h>
 
@@ -75,6 +75,10 @@ int main() {
   for (uint32_t i = 0; registry->RegEnumKeyExA(key, i, &name, 256) == 0; ++i) names += name + ";";
   CHECK(names == "a;b;");
   CHECK(registry->RegCloseKey(key) == 0);
+
+  // The other tests of the prefix build trees: no host library that is not there.
+  RegDeleteTreeA(HKEY_CLASSES_ROOT, "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}");
+  RegDeleteTreeA(HKEY_CLASSES_ROOT, "KxCheck");
 
   if (g_failures != 0) return 1;
   std::printf("DONE\n");

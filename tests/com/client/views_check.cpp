@@ -1,0 +1,313 @@
+// The Win32 views against the contracts the presenters rely on: positions in text with CR LF
+// line breaks, undo, bookmarks, files; tree keys and order; grid rows; toolbar positions;
+// menus that hide; the window's modal loop and unload. Runs on a display; prints DONE.
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "runtime/error.h"
+#include "win32_controls.h"
+#include "win32_views.h"
+
+namespace kx::com {
+HMODULE g_module = GetModuleHandleW(nullptr);
+}
+
+using namespace kx;
+using namespace kx::com::win32;
+
+namespace {
+
+int failures = 0;
+
+void Check(bool ok, const std::string& what) {
+  if (ok) return;
+  std::printf("FAIL: %s\n", what.c_str());
+  ++failures;
+}
+
+// The error number `step` raises, 0 when none.
+int32_t Raised(const std::function<void()>& step) {
+  try {
+    step();
+  } catch (const Error& e) {
+    return e.Number();
+  }
+  return 0;
+}
+
+struct Sink : ui::ExprBldEvents {
+  std::vector<std::string> heard;
+  bool refuse_unload = false;
+  void Form_Activate() override { heard.push_back("Activate"); }
+  void Form_Resize() override {}
+  bool Form_QueryUnload(int mode) override {
+    heard.push_back("QueryUnload" + std::to_string(mode));
+    return refuse_unload;
+  }
+  void Form_Unload() override { heard.push_back("Unload"); }
+  void ButtonClick(std::string_view name) override { heard.push_back(std::string(name)); }
+  void MenuClick(std::string_view name) override { heard.push_back(std::string(name)); }
+  void tbar_ButtonClick(std::string_view key) override { heard.push_back(std::string(key)); }
+  void TreeView1_NodeClick(std::string_view key) override {
+    heard.push_back("node " + std::string(key));
+  }
+  void ssdgridtokens_BeforeRowColChange() override { heard.push_back("before"); }
+  void ssdgridtokens_RowColChange() override { heard.push_back("moved"); }
+  void ssdgridtokens_DblClick() override {}
+  void ssdgridtokens_BuildFunction() override {}
+  void KXEditor1_KeyDown() override {}
+  void KXEditor1_MouseDown() override {}
+};
+
+ui::Window* modal_window = nullptr;
+
+// Plays the user of the Replace dialog: "b" by "XY", Replace All, then closes it.
+void CALLBACK ReplaceAll(HWND, UINT, UINT_PTR id, DWORD) {
+  HWND dialog = FindWindowW(L"#32770", L"Replace");
+  if (!dialog) return;  // not up yet: the timer comes again
+  KillTimer(nullptr, id);
+  SetDlgItemTextW(dialog, 0x480, L"b");
+  SetDlgItemTextW(dialog, 0x481, L"XY");
+  SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(0x401, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, 0x401)));
+  SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED),
+               reinterpret_cast<LPARAM>(GetDlgItem(dialog, IDCANCEL)));
+}
+
+// A click of the left button in the middle of `r`, as the user makes it. The release is
+// queued first: a control that tracks the mouse after the press waits for it there.
+void Click(HWND window, const RECT& r) {
+  const LPARAM at = MAKELPARAM((r.left + r.right) / 2, (r.top + r.bottom) / 2);
+  PostMessageW(window, WM_LBUTTONUP, 0, at);
+  SendMessageW(window, WM_LBUTTONDOWN, MK_LBUTTON, at);
+  MSG msg;
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&msg);
+}
+
+void CALLBACK HideModal(HWND, UINT, UINT_PTR id, DWORD) {
+  KillTimer(nullptr, id);
+  modal_window->Hide();
+}
+
+void CheckEditor(ui::EditorControl& ed, const std::filesystem::path& folder) {
+  ed.InsertText("ab\r\ncd");
+  Check(ed.Text() == "ab\r\ncd", "the text keeps CR LF: [" + ed.Text() + "]");
+  Check(ed.CaretPosition() == 7, "the caret ends after the insertion, CR LF counted as two");
+  ed.Select(5, 2);
+  Check(ed.SelectionStart() == 5 && ed.SelectionLength() == 2, "a selection on line 2");
+  ed.InsertText("X\r\nY");
+  Check(ed.Text() == "ab\r\nX\r\nY" && ed.CaretPosition() == 9, "insertion replaces the selection");
+  ed.Undo();
+  Check(ed.Text() == "ab\r\ncd" && ed.CanRedo(), "undo takes one insertion back");
+  ed.Redo();
+  Check(ed.Text() == "ab\r\nX\r\nY", "redo puts it again");
+  ed.Clear();
+  Check(ed.Text().empty() && ed.CanUndo(), "clear empties the text, as one undo step");
+  ed.Undo();
+  Check(ed.Text() == "ab\r\nX\r\nY", "undo of clear");
+  ed.Select(0, 99);
+  Check(ed.SelectionStart() == 1 && ed.SelectionLength() == 8,
+        "a selection is clipped to the text");
+
+  ed.SetCaretPosition(9);  // the end of line 3
+  ed.ToggleBookmark();
+  ed.SetCaretPosition(1);
+  ed.ToggleBookmark();
+  Check(ed.Bookmarks() == std::vector<int32_t>{1, 3}, "bookmarks by line");
+  ed.NextBookmark();
+  Check(ed.CaretPosition() == 8, "next bookmark: the start of line 3");
+  ed.NextBookmark();
+  Check(ed.CaretPosition() == 1, "next bookmark wraps to line 1");
+  ed.PrevBookmark();
+  Check(ed.CaretPosition() == 8, "previous bookmark wraps to line 3");
+  ed.DeleteAllBookmarks();
+  Check(ed.Bookmarks().empty(), "all bookmarks deleted");
+
+  const std::string path = (folder / "editor.txt").string();
+  ed.SaveFile(path);
+  ed.Clear();
+  ed.LoadFile(path);
+  Check(ed.Text() == "ab\r\nX\r\nY" && !ed.CanUndo(), "a saved file loads back, with no undo");
+  Check(Raised([&] { ed.LoadFile((folder / "missing.txt").string()); }) == kErrFileNotFound,
+        "loading a missing file: 53");
+  ed.Clear();
+  ed.InsertText("abc\r\nbb");
+  SetTimer(nullptr, 0, 100, ReplaceAll);
+  ed.Replace();
+  Check(ed.Text() == "aXYc\r\nXYXY", "Replace All in the Replace dialog: [" + ed.Text() + "]");
+  ed.Undo();
+  Check(ed.Text() == "abc\r\nbb", "Replace All is one undo step");
+
+  ed.SetKeywordFile("kxsyntax.ini");
+  Check(Raised([&] { ed.ReloadKeywords(); }) == 0, "keywords found beside the data");
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  const std::filesystem::path folder = argc > 1 ? std::filesystem::path(argv[1]) : ".";
+  Win32DialogFactory factory({folder});
+  auto view = factory.NewExprBldView();
+  Sink sink;
+  view->SetEvents(&sink);
+
+  CheckEditor(view->KXEditor1(), folder);
+
+  // ---- tree
+  ui::TreeView& tree = view->TreeView1();
+  tree.AddNode({"A", "a", "", "", false});
+  tree.AddNode({"C", "c", "", "", false});
+  tree.AddNode({"B", "b", "tag", "A", true});
+  tree.SetExpanded("A", true);
+  tree.AddNode({"B1", "b1", "", "B", false});
+  Check(Raised([&] {
+          tree.AddNode({"B", "again", "", "", false});
+        }) == kErrKeyNotUnique,
+        "a key twice: 35602");
+  Check(Raised([&] {
+          tree.AddNode({"D", "d", "", "nowhere", false});
+        }) == kErrElementNotFound,
+        "a missing parent: 35601");
+  std::string order;
+  for (const ui::TreeNode& n : tree.Nodes()) order += n.key;
+  Check(order == "ABB1C", "nodes depth first: " + order);
+  const HWND tree_handle = static_cast<Win32TreeView&>(tree).Handle();
+  const HTREEITEM b = TreeView_GetChild(tree_handle, TreeView_GetRoot(tree_handle));
+  Check((TreeView_GetItemState(tree_handle, b, TVIS_EXPANDED) & TVIS_EXPANDED) != 0,
+        "a node marked expanded shows open once it has children");
+  Check(tree.ChildCount("A") == 1 && tree.Node("B")->tag == "tag" && tree.Node("B")->expanded,
+        "children, tags and expansion");
+  tree.SelectNode("B");
+  Check(tree.SelectedKey() == "B" && sink.heard.empty(), "selecting a node fires no click");
+  view->Form().Show(false);
+  sink.heard.clear();
+  HWND tree_window = static_cast<Win32TreeView&>(tree).Handle();
+  view->vselbottom().SetBounds({0, 0, 6000, 3000});
+  tree.SetBounds({0, 0, 3000, 3000});
+  // The message takes the item in the rectangle it fills.
+  RECT item{};
+  HTREEITEM root = TreeView_GetRoot(tree_window);
+  std::memcpy(&item, &root, sizeof root);
+  SendMessageW(tree_window, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&item));
+  Click(tree_window, item);
+  Check(tree.SelectedKey() == "A" && sink.heard == std::vector<std::string>{"node A"},
+        "a click on a node fires NodeClick with its key: " + tree.SelectedKey() + " " +
+            (sink.heard.empty() ? std::string("-") : sink.heard[0]));
+  sink.heard.clear();
+  tree.Clear();
+  Check(tree.Nodes().empty() && !tree.Node("A"), "clear");
+
+  // ---- grid
+  ui::Grid& grid = view->ssdgridtokens();
+  for (const char* row : {"Abs", "Left", "Mid"}) grid.AddRow(row);
+  grid.SetCurrentRow(1);
+  Check(
+      grid.Rows() == 3 && grid.CurrentRow() == 1 && grid.CellText(2) == "Mid" && sink.heard.empty(),
+      "rows, and a current row set by the program fires nothing");
+  Check(Raised([&] { grid.CellText(3); }) == kErrIndexOutOfBounds, "a row past the end: 35600");
+  grid.SetBounds({0, 0, 3000, 3000});
+  HWND list = static_cast<Win32Grid&>(grid).Handle();
+  RECT row{};
+  row.left = LVIR_LABEL;
+  SendMessageW(list, LVM_GETITEMRECT, 2, reinterpret_cast<LPARAM>(&row));
+  Click(list, row);
+  Check(grid.CurrentRow() == 2 && sink.heard == std::vector<std::string>{"before", "moved"},
+        "a click on a row: BeforeRowColChange, then RowColChange");
+  sink.heard.clear();
+  grid.RemoveAll();
+  Check(grid.Rows() == 0 && grid.CurrentRow() == -1, "RemoveAll leaves no current row");
+
+  // ---- toolbar and menus
+  ui::Toolbar& tbar = view->tbar();
+  tbar.AddButton({"Open", "Open", "Open", false});
+  tbar.AddButton({"", "", "", true});
+  tbar.AddButton({"Save", "Save", "Save", false});
+  Check(tbar.ButtonCount() == 3 && tbar.Button(3).Key() == "Save", "positions count separators");
+  Check(Raised([&] { tbar.Button(4); }) == kErrIndexOutOfBounds, "position past the end: 35600");
+  Check(Raised([&] { tbar.Button("Nope"); }) == kErrElementNotFound, "unknown key: 35601");
+  tbar.Button("Save").SetEnabled(false);
+  Check(!tbar.Button(3).Enabled() && tbar.Button(1).Enabled(), "one button disabled");
+
+  view->AddMenu({"mnuEdit", "", "&Edit", ""});
+  view->AddMenu({"mnuEditUndo", "mnuEdit", "&Undo", "Ctrl+Z"});
+  view->AddMenu({"mnuEditRedo", "mnuEdit", "&Redo", "Ctrl+Y"});
+  Check(Raised([&] {
+          view->AddMenu({"mnuEditUndo", "mnuEdit", "x", ""});
+        }) == kErrKeyNotUnique,
+        "a menu name twice: 35602");
+  Check(Raised([&] { view->Menu("mnuNope"); }) == kErrElementNotFound, "unknown menu: 35601");
+  HWND form = static_cast<Win32Window&>(view->Form()).Handle();
+  HMENU edit = GetSubMenu(GetMenu(form), 0);
+  Check(GetMenuItemCount(edit) == 2, "two items in the Edit menu");
+  view->Menu("mnuEditUndo").SetVisible(false);
+  char caption[32] = {};
+  GetMenuStringA(edit, 0, caption, 32, MF_BYPOSITION);
+  Check(GetMenuItemCount(edit) == 1 && std::string(caption).rfind("&Redo", 0) == 0,
+        "a hidden item leaves the menu");
+  view->Menu("mnuEditUndo").SetVisible(true);
+  Check(GetMenuItemCount(edit) == 2, "and comes back");
+
+  ui::Button& ok = view->Command("cmdok");
+  Check(&view->Command("cmdok") == &ok, "a button named twice is the same button");
+  SendMessageW(static_cast<Win32Button&>(ok).Handle(), BM_CLICK, 0, 0);
+  ui::Button& op = view->Command("cmdAnd");
+  SendMessageW(static_cast<Win32Button&>(op).Handle(), BM_CLICK, 0, 0);
+  Check(sink.heard == std::vector<std::string>{"cmdok", "cmdAnd"},
+        "clicks of a window button and of a pad button reach the presenter");
+  sink.heard.clear();
+
+  // ---- the window: twips, caption, modal loop, unload
+  ui::Window& window = view->Form();
+  view->vselbottom().SetBounds({150, 300, 1500, 600});
+  Check(view->vselbottom().Bounds() == ui::Rect{150, 300, 1500, 600}, "bounds in twips");
+  window.SetCaption("Views check");
+  Check(window.Caption() == "Views check", "caption");
+  modal_window = &window;
+  SetTimer(nullptr, 0, 200, HideModal);
+  window.Show(true);
+  Check(!window.IsShown() && !sink.heard.empty() && sink.heard[0] == "Activate",
+        "a modal Show returns once the window is hidden");
+  sink.heard.clear();
+  window.Show(false);
+  Check(window.IsShown(), "a modeless Show returns with the window shown");
+  sink.refuse_unload = true;
+  Check(!window.Unload() && window.IsShown(), "the presenter may refuse an unload");
+  sink.refuse_unload = false;
+  Check(window.Unload() && !window.IsShown(), "unload hides the window");
+  Check(
+      sink.heard == std::vector<std::string>{"Activate", "QueryUnload1", "QueryUnload1", "Unload"},
+      "unload asks first, with the program's mode");
+
+  // ---- dialogs
+  auto prompt = factory.NewPromptView();
+  ui::Combo& combo = prompt->ssdcbovalue();
+  combo.AddItem("one");
+  combo.AddItem("two");
+  combo.SetText("typed");
+  Check(combo.Rows() == 2 && combo.Item(1) == "two" && combo.Text() == "typed",
+        "combo items and text");
+  combo.RemoveAll();
+  Check(combo.Rows() == 0 && combo.Text() == "typed", "RemoveAll keeps the typed text");
+  prompt->ssdchk3dsame().SetValue(true);
+  Check(prompt->ssdchk3dsame().Value(), "check box");
+  auto function = factory.NewFunctionView();
+  ui::Grid& args = function->ssdgridargs();
+  args.SetColumns(2);
+  args.AddRow("Name");
+  args.SetCellText(0, 1, "value");
+  Check(args.CellText(0, 1) == "value" && function->TextWidth("AAAA") > function->TextWidth("A"),
+        "argument grid and text widths");
+  auto input = factory.NewInputBoxView();
+  input->txtinput().SetText("abc");
+  Check(input->txtinput().Text() == "abc", "input box");
+
+  if (failures == 0) std::printf("DONE\n");
+  return failures == 0 ? 0 : 1;
+}
