@@ -100,6 +100,8 @@ void frmExprBld::BuildTreeView(const std::function<void()>& add_user_nodes) {
   Guarded(Box(), "BuildTreeView(CKXExpressionBuilder)", [&] {
     ui::TreeView& tree = View().TreeView1();
     KXExpressionBuilder& builder = Builder();
+    // A second call rebuilds rather than failing on keys the first one added.
+    tree.Clear();
     bool field_names = false;
     auto add_field_names = [&] {
       if (field_names) return;

@@ -251,6 +251,8 @@ Library OpenRegisteredLibrary(const std::string& registered_path,
 std::vector<std::string> BuildFunctionTokens(const std::string& library_path,
                                              const std::string& category,
                                              const std::filesystem::path& base) {
+  // No registered host library is no error: there are simply no functions to list.
+  if (library_path.empty()) return {};
   return BuildFunctionTokens(OpenRegisteredLibrary(library_path, base), category,
                              IsHostLibraryPath(library_path));
 }

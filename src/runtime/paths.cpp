@@ -68,6 +68,8 @@ std::string ResolvePath(std::string_view path, const fs::path& base) {
   fs::path candidate;
   bool drive = p.size() >= 2 && p[1] == ':' &&
                ((p[0] >= 'A' && p[0] <= 'Z') || (p[0] >= 'a' && p[0] <= 'z'));
+  // On Windows a drive path is native: the prefix mapping is for this side of Wine only.
+  if (drive && Exists(p)) return p;
   if (drive) {
     fs::path folder = DriveFolder(base, p[0]);
     if (folder.empty()) folder = DriveFolder(WinePrefix(), p[0]);

@@ -209,6 +209,14 @@ TEST(TokenTree, AFailureKeepsTheNodesAddedBeforeIt) {
   EXPECT_EQ(r.Tree(),
             "/colours=Colours#user; /FNC=Flow Control and Functions#FNC+; FNC/FC=Flow Control; "
             "FNC/All=<All Functions>; FNC/FileFunctions=File; /OTL=Type Libraries#OTL+");
+  ASSERT_TRUE(r.view().ClickNode("All"));
+  EXPECT_EQ(r.Rows(), "");
+  EXPECT_EQ(r.Messages(), "");
+
+  // Building again rebuilds instead of failing on the keys already there.
+  const std::string first = r.Tree();
+  r.BuildTree();
+  EXPECT_EQ(r.Tree(), first);
   EXPECT_EQ(r.Messages(), "");
 }
 
