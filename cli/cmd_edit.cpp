@@ -512,7 +512,8 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
                   "Play user actions from FILE (- for standard input), one per line");
   cmd->add_option("--screenshot", o->screenshot,
                   "Write a PNG of the desktop window as the script leaves it (without a "
-                  "script: as it opens, and close it)");
+                  "script: as it opens, and close it); each dialog the script answers is "
+                  "taken too, just before the answer closes it (w.png: w-frmFunction.png)");
   cmd->callback([o, &context] { RunEdit(*o, context); });
 });
 
