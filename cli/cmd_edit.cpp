@@ -223,7 +223,10 @@ class Player {
       first_mark = false;
       out += std::to_string(line);
     }
-    out += "],\"keyword_file\":" + JsonString(editor.KeywordFile()) + "}";
+    const auto [mark_start, mark_length] = editor.ErrorMark();
+    out += "],\"keyword_file\":" + JsonString(editor.KeywordFile());
+    out +=
+        ",\"error_mark\":[" + std::to_string(mark_start) + "," + std::to_string(mark_length) + "]}";
 
     Key(out, "tree", first);
     out += '[';

@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 
 #include "qt/cp1252.h"
@@ -18,7 +19,8 @@ namespace kx::qt {
 
 namespace {
 
-constexpr int kBookmark = 1;  // marker number
+constexpr int kBookmark = 1;        // marker number
+constexpr int kErrorIndicator = 8;  // the first indicator free for containers
 constexpr int kLineMargin = 0;
 constexpr int kBookmarkMargin = 1;
 
@@ -31,6 +33,10 @@ QByteArray Utf8(const std::string& bytes) {
 EditorWidget::EditorWidget(QWidget* parent) : QsciScintilla(parent) {}
 
 void EditorWidget::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Space && event->modifiers() == Qt::ControlModifier) {
+    emit completionRequested();
+    return;
+  }
   emit keyDown();
   QsciScintilla::keyPressEvent(event);
 }
@@ -86,6 +92,31 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
 
   find_dialog = [](QtEditor& e) { RunFindDialog(e); };
   replace_dialog = [](QtEditor& e) { RunReplaceDialog(e); };
+
+  editor->indicatorDefine(QsciScintilla::SquiggleLowIndicator, kErrorIndicator);
+  editor->setIndicatorForegroundColor(QColor(0xE0, 0x00, 0x00), kErrorIndicator);
+  editor->setAnnotationDisplay(QsciScintilla::AnnotationBoxed);
+  live_style_ = QsciStyle(-1, QStringLiteral("live check"), QColor(0xA0, 0x00, 0x00),
+                          QColor(0xFF, 0xF0, 0xF0), editor->font());
+  live_timer_ = new QTimer(editor);
+  live_timer_->setSingleShot(true);
+  QObject::connect(live_timer_, &QTimer::timeout, Guard(), [this] { RunLiveCheck(); });
+  QObject::connect(editor, &EditorWidget::completionRequested, Guard(),
+                   [this] { ShowCompletion(false); });
+  QObject::connect(editor, &QsciScintillaBase::SCN_CHARADDED, Guard(), [this](int c) {
+    if (!assist_) return;
+    if (c == '(' || c == ',' || c == ')')
+      UpdateCallTip();
+    else if (c == '"' || c == '_' || c == '$' || (c < 128 && std::isalnum(c)))
+      ShowCompletion(true);
+  });
+  QObject::connect(editor, &QsciScintilla::cursorPositionChanged, Guard(), [this](int, int) {
+    if (assist_) UpdateCallTip();
+  });
+  QObject::connect(editor, &QsciScintilla::textChanged, Guard(), [this] {
+    if (error_mark_.second > 0 || !live_message_.empty()) ClearErrorMark();
+    if (live_check_) live_timer_->start();
+  });
 }
 
 // The widget may outlive its adapter for a moment; its lexer must not read our keywords.
@@ -321,6 +352,120 @@ void QtEditor::LoadFile(const std::string& path) {
   Widget()->SendScintilla(QsciScintilla::SCI_EMPTYUNDOBUFFER);
   Widget()->markerDeleteAll(kBookmark);
   Widget()->SendScintilla(QsciScintilla::SCI_GOTOPOS, 0L);
+}
+
+void QtEditor::MarkError(int32_t start, int32_t length) {
+  ClearErrorMark();
+  const int32_t end = FromSci(Length());  // one past the last character
+  start = std::clamp(start, 1, end);
+  length = std::clamp(length, 0, end - start);
+  error_mark_ = {start, length};
+  // An empty range would draw nothing: the error is then shown on a character beside it.
+  int32_t from = start, to = start + length;
+  if (length == 0) {
+    if (start < end)
+      to = start + 1;
+    else if (start > 1)
+      from = start - 1;
+  }
+  Widget()->SendScintilla(QsciScintilla::SCI_SETINDICATORCURRENT, kErrorIndicator);
+  Widget()->SendScintilla(QsciScintilla::SCI_INDICATORFILLRANGE, ToSci(from),
+                          ToSci(to) - ToSci(from));
+}
+
+void QtEditor::ClearErrorMark() {
+  error_mark_ = {0, 0};
+  Widget()->SendScintilla(QsciScintilla::SCI_SETINDICATORCURRENT, kErrorIndicator);
+  Widget()->SendScintilla(QsciScintilla::SCI_INDICATORCLEARRANGE, 0L, Length());
+  if (!live_message_.empty()) {
+    live_message_.clear();
+    Widget()->clearAnnotations();
+  }
+}
+
+void QtEditor::SetLiveCheck(LiveCheck check, int delay_ms) {
+  live_check_ = std::move(check);
+  live_timer_->setInterval(delay_ms);
+  if (!live_check_) live_timer_->stop();
+}
+
+void QtEditor::RunLiveCheck() {
+  live_timer_->stop();
+  if (!live_check_) return;
+  std::optional<LiveError> error = live_check_(Text());
+  if (!error) return ClearErrorMark();
+  MarkError(error->start, error->length);
+  live_message_ = error->message;
+  int line = 0, index = 0;
+  Widget()->lineIndexFromPosition(static_cast<int>(ToSci(error_mark_.first)), &line, &index);
+  Widget()->annotate(line, ToQt(live_message_), live_style_);
+}
+
+void QtEditor::SetAssist(ui::EditorAssist* assist) {
+  assist_ = assist;
+  if (!assist_) {
+    Widget()->SendScintilla(QsciScintilla::SCI_CALLTIPCANCEL);
+    call_tip_.clear();
+  }
+}
+
+bool QtEditor::ShowCompletion(bool typed) {
+  if (!assist_) return false;
+  std::optional<ui::CompletionSite> site = ui::CompletionAt(Text(), CaretPosition());
+  if (!site || (typed && site->kind == ui::CompletionSite::kWord && site->prefix.size() < 3))
+    return false;
+  std::vector<std::string> candidates = ui::Candidates(*assist_, *site);
+  // Nothing to add to a word typed out already.
+  if (candidates.empty() || (typed && candidates.size() == 1 && candidates[0] == site->prefix))
+    return false;
+  QByteArray list;
+  for (const std::string& candidate : candidates) {
+    if (!list.isEmpty()) list += '\n';
+    list += Utf8(candidate);
+  }
+  QsciScintilla* w = Widget();
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETSEPARATOR, static_cast<long>('\n'));
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETIGNORECASE, 1L);
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETORDER, 2L);  // as given: already sorted
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETCANCELATSTART, 0L);
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSHOW,
+                   static_cast<unsigned long>(Utf8(site->prefix).size()), list.constData());
+  return true;
+}
+
+void QtEditor::UpdateCallTip() {
+  if (!assist_) return;
+  const std::string text = Text();
+  for (const ui::CallSite& call : ui::CallsAt(text, CaretPosition())) {
+    if (call.name.empty()) continue;
+    std::optional<ui::FunctionHelp> help = assist_->Describe(call.name);
+    if (!help) continue;
+    std::string tip = help->prototype;
+    if (!help->description.empty()) tip += "\n" + help->description;
+    QsciScintilla* w = Widget();
+    if (tip != call_tip_ || !w->SendScintilla(QsciScintilla::SCI_CALLTIPACTIVE)) {
+      call_tip_ = tip;
+      const int32_t name_start = call.paren - static_cast<int32_t>(call.name.size());
+      w->SendScintilla(QsciScintilla::SCI_CALLTIPSHOW,
+                       static_cast<unsigned long>(ToSci(name_start)), Utf8(tip).constData());
+    }
+    if (auto span = ui::ArgumentSpan(help->prototype, call.argument))
+      w->SendScintilla(
+          QsciScintilla::SCI_CALLTIPSETHLT,
+          static_cast<unsigned long>(Utf8(help->prototype.substr(0, span->first)).size()),
+          static_cast<long>(Utf8(help->prototype.substr(0, span->second)).size()));
+    else
+      w->SendScintilla(QsciScintilla::SCI_CALLTIPSETHLT, 0UL, 0L);
+    return;
+  }
+  if (!call_tip_.empty()) {
+    Widget()->SendScintilla(QsciScintilla::SCI_CALLTIPCANCEL);
+    call_tip_.clear();
+  }
+}
+
+std::string QtEditor::CallTip() const {
+  return Widget()->SendScintilla(QsciScintilla::SCI_CALLTIPACTIVE) ? call_tip_ : std::string();
 }
 
 void QtEditor::SaveFile(const std::string& path) {

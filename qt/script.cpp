@@ -191,6 +191,8 @@ Desktop::Desktop(bool scripted) : scripted_(scripted) {
           else
             editor.ReplaceNext(answer.find, answer.replacement, false);
         });
+  // A check that fires when the clock says would make a script's result depend on its speed.
+  if (scripted_) env_.SetLiveCheck({});
   QtWindow::SetModalHook([this](QtWindow& window) { OnModal(window); });
 }
 

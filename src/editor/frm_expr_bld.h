@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "component/builder_window.h"
-#include "inventory/expression_checker.h"
 #include "component/kx_expression_builder.h"
 #include "component/registry.h"
 #include "component/usertree.h"
 #include "functions/function_info.h"
+#include "inventory/expression_checker.h"
 #include "ui/services.h"
 #include "ui/views.h"
 
@@ -47,6 +47,8 @@ struct ExprBldContext {
   // the user cancelled. The builder binds it to LoadFunctionBuilder.
   std::function<std::string(const std::string& text)> function_builder;
 };
+
+class PaletteAssist;
 
 class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
  public:
@@ -129,11 +131,12 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   bool bottom_hidden_ = false;
   int32_t comment_length_ = 0;
   FunctionInfo info_;  // the record the palette fills for functions and constructs
+  std::unique_ptr<PaletteAssist> assist_;  // the editor's completion and call tips
 
   ui::MessageBoxService& Box() { return *context_.services.message_box; }
 
   // ---- private helpers of the window part (exprbld_window.cpp) ----
-  bool designed_ = false;          // the view holds the menus and toolbar buttons
+  bool designed_ = false;  // the view holds the menus and toolbar buttons
   ui::EditorControl& Editor() { return view_->KXEditor1(); }
   void ApplyDesign();
   void LayOutBottomPane();
