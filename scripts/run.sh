@@ -42,7 +42,14 @@ if [ -z "${KXEXPR_REGISTRY:-}" ]; then
   fi
 fi
 
-"$kxexpr" list "$conversion" >"$run/before.txt"
+# The inventory with an expression's further lines under its first column, not under the
+# wide table's TEXT column, so that a diff of two of them reads.
+inventory() {
+  "$kxexpr" list "$conversion" | awk 'NR == 1 { col = index($0, "TEXT") }
+    NR > 1 && col > 1 && substr($0, 1, col - 1) ~ /^ *$/ { print "      " substr($0, col); next }
+    { print }'
+}
+inventory >"$run/before.txt"
 echo "run.sh: the builder is open on expression $type $key of the sample conversion." \
   "OK saves the text into $conversion; Cancel leaves it as it was."
 status=0
@@ -55,10 +62,10 @@ case $status in
   1) echo "run.sh: cancelled; nothing changed."; exit 0 ;;
   *) exit "$status" ;;
 esac
-"$kxexpr" list "$conversion" >"$run/after.txt"
+inventory >"$run/after.txt"
 if diff -q "$run/before.txt" "$run/after.txt" >/dev/null; then
   echo "run.sh: OK without an edit; nothing changed."
 else
   echo "run.sh: what changed in the expression inventory:"
-  diff -U0 --label before --label after "$run/before.txt" "$run/after.txt" || true
+  diff -U4 --label before --label after "$run/before.txt" "$run/after.txt" || true
 fi
