@@ -21,6 +21,8 @@ namespace {
 
 constexpr int kBookmark = 1;        // marker number
 constexpr int kErrorIndicator = 8;  // the first indicator free for containers
+// A fixed number: asking QScintilla for a fresh one per editor runs its numbers out.
+constexpr int kLiveCheckStyle = 250;
 constexpr int kLineMargin = 0;
 constexpr int kBookmarkMargin = 1;
 
@@ -96,7 +98,7 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
   editor->indicatorDefine(QsciScintilla::SquiggleLowIndicator, kErrorIndicator);
   editor->setIndicatorForegroundColor(QColor(0xE0, 0x00, 0x00), kErrorIndicator);
   editor->setAnnotationDisplay(QsciScintilla::AnnotationBoxed);
-  live_style_ = QsciStyle(-1, QStringLiteral("live check"), QColor(0xA0, 0x00, 0x00),
+  live_style_ = QsciStyle(kLiveCheckStyle, QStringLiteral("live check"), QColor(0xA0, 0x00, 0x00),
                           QColor(0xFF, 0xF0, 0xF0), editor->font());
   live_timer_ = new QTimer(editor);
   live_timer_->setSingleShot(true);
@@ -114,7 +116,7 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
     if (assist_) UpdateCallTip();
   });
   QObject::connect(editor, &QsciScintilla::textChanged, Guard(), [this] {
-    if (error_mark_.second > 0 || !live_message_.empty()) ClearErrorMark();
+    if (error_mark_.first > 0 || !live_message_.empty()) ClearErrorMark();
     if (live_check_) live_timer_->start();
   });
 }

@@ -51,6 +51,8 @@ TEST(QtEditorChecks, ValidateSquigglesTheErrorUntilTheNextEdit) {
   editor.MarkError(1000, 5);
   EXPECT_EQ(editor.ErrorMark().second, 0);
   EXPECT_TRUE(Squiggled(editor, editor.ErrorMark().first - 1));
+  editor.InsertText("x");
+  EXPECT_EQ(editor.ErrorMark(), std::make_pair(0, 0));
 }
 
 TEST(QtEditorChecks, TypingIsCheckedOncePausedFirstErrorOnlyNeverABox) {
