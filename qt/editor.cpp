@@ -339,12 +339,17 @@ void QtEditor::ReloadKeywords() {
     lexer_->SetKeywords(nullptr);
     keywords_.reset();
     keyword_path_.clear();
+    keyword_bytes_.clear();
     return;
   }
-  ui::KeywordSet keywords = ui::ReadKeywordFile(found);
+  std::string bytes = ReadWholeFile(found);
+  // The window reloads on every opening; restyling a long text for nothing holds it up.
+  if (keywords_ && found == keyword_path_ && bytes == keyword_bytes_) return;
+  ui::KeywordSet keywords = ui::ParseKeywordFile(bytes, found.string());
   lexer_->SetKeywords(nullptr);
   keywords_ = std::move(keywords);
   keyword_path_ = found;
+  keyword_bytes_ = std::move(bytes);
   lexer_->SetKeywords(&*keywords_);
 }
 
@@ -437,19 +442,28 @@ bool QtEditor::ShowCompletion(bool typed) {
 
 void QtEditor::UpdateCallTip() {
   if (!assist_) return;
-  const std::string text = Text();
-  for (const ui::CallSite& call : ui::CallsAt(text, CaretPosition())) {
+  // An argument list does not go past its line, and a long text must not be read for each
+  // caret move.
+  QsciScintilla* w = Widget();
+  const long caret = w->SendScintilla(QsciScintilla::SCI_GETCURRENTPOS);
+  const long line_start =
+      w->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE,
+                       w->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, caret));
+  QByteArray utf8(static_cast<qsizetype>(caret - line_start) + 1, '\0');
+  w->SendScintilla(QsciScintilla::SCI_GETTEXTRANGE, line_start, caret, utf8.data());
+  const std::string text = FromQt(QString::fromUtf8(utf8.constData(), utf8.size() - 1));
+  for (const ui::CallSite& call : ui::CallsAt(text, static_cast<int32_t>(text.size()) + 1)) {
     if (call.name.empty()) continue;
     std::optional<ui::FunctionHelp> help = assist_->Describe(call.name);
     if (!help) continue;
     std::string tip = help->prototype;
     if (!help->description.empty()) tip += "\n" + help->description;
-    QsciScintilla* w = Widget();
     if (tip != call_tip_ || !w->SendScintilla(QsciScintilla::SCI_CALLTIPACTIVE)) {
       call_tip_ = tip;
-      const int32_t name_start = call.paren - static_cast<int32_t>(call.name.size());
-      w->SendScintilla(QsciScintilla::SCI_CALLTIPSHOW,
-                       static_cast<unsigned long>(ToSci(name_start)), Utf8(tip).constData());
+      const size_t name_start = static_cast<size_t>(call.paren - 1) - call.name.size();
+      const long at = line_start + Utf8(text.substr(0, name_start)).size();
+      w->SendScintilla(QsciScintilla::SCI_CALLTIPSHOW, static_cast<unsigned long>(at),
+                       Utf8(tip).constData());
     }
     if (auto span = ui::ArgumentSpan(help->prototype, call.argument))
       w->SendScintilla(
@@ -461,7 +475,7 @@ void QtEditor::UpdateCallTip() {
     return;
   }
   if (!call_tip_.empty()) {
-    Widget()->SendScintilla(QsciScintilla::SCI_CALLTIPCANCEL);
+    w->SendScintilla(QsciScintilla::SCI_CALLTIPCANCEL);
     call_tip_.clear();
   }
 }

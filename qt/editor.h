@@ -146,6 +146,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
   std::string keyword_file_;
   std::filesystem::path keyword_path_;
   std::optional<ui::KeywordSet> keywords_;
+  std::string keyword_bytes_;  // the file as read, to tell a reload that changes nothing
   bool last_found_ = false;
   std::pair<int32_t, int32_t> error_mark_{0, 0};
   LiveCheck live_check_;
