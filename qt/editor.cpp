@@ -422,15 +422,19 @@ bool QtEditor::ShowCompletion(bool typed) {
   if (!site || (typed && site->kind == ui::CompletionSite::kWord && site->prefix.size() < 3))
     return false;
   std::vector<std::string> candidates = ui::Candidates(*assist_, *site);
-  // Nothing to add to a word typed out already.
-  if (candidates.empty() || (typed && candidates.size() == 1 && candidates[0] == site->prefix))
+  QsciScintilla* w = Widget();
+  // A word typed out has nothing to add; a list still open from its first letters would
+  // take the next Enter.
+  if (typed && candidates.size() == 1 && EqualsIgnoreCase(candidates[0], site->prefix)) {
+    w->SendScintilla(QsciScintilla::SCI_AUTOCCANCEL);
     return false;
+  }
+  if (candidates.empty()) return false;
   QByteArray list;
   for (const std::string& candidate : candidates) {
     if (!list.isEmpty()) list += '\n';
     list += Utf8(candidate);
   }
-  QsciScintilla* w = Widget();
   w->SendScintilla(QsciScintilla::SCI_AUTOCSETSEPARATOR, static_cast<long>('\n'));
   w->SendScintilla(QsciScintilla::SCI_AUTOCSETIGNORECASE, 1L);
   w->SendScintilla(QsciScintilla::SCI_AUTOCSETORDER, 2L);  // as given: already sorted

@@ -116,7 +116,8 @@ TEST(QtEditorAssist, CompletesFromThePaletteAndTipsTheCallTheCaretIsIn) {
       {"Records(\"Customer\").Fields(\"Cou", "Records(\"Customer\").Fields(\"Country"},
       {"Targets(0).Records(\"Orders\").Fields(\"Am",
        "Targets(0).Records(\"Orders\").Fields(\"Amount"},
-      {"UC", nullptr},  // two letters are not enough
+      {"UC", nullptr},      // two letters are not enough
+      {"x Then", nullptr},  // typed out: the list opened at "The" is gone
       {"x = 120", nullptr},
       {"' UCa", nullptr},  // a comment
   };
