@@ -227,7 +227,10 @@ class Player {
       first_mark = false;
       out += std::to_string(line);
     }
-    out += "],\"keyword_file\":" + JsonString(editor.KeywordFile()) + "}";
+    const auto [mark_start, mark_length] = editor.ErrorMark();
+    out += "],\"keyword_file\":" + JsonString(editor.KeywordFile());
+    out +=
+        ",\"error_mark\":[" + std::to_string(mark_start) + "," + std::to_string(mark_length) + "]}";
 
     Key(out, "tree", first);
     out += '[';
@@ -516,7 +519,8 @@ CommandRegistrar reg(40, [](CLI::App& app, Context& context) {
                   "Play user actions from FILE (- for standard input), one per line");
   cmd->add_option("--screenshot", o->screenshot,
                   "Write a PNG of the desktop window as the script leaves it (without a "
-                  "script: as it opens, and close it)");
+                  "script: as it opens, and close it); each dialog the script answers is "
+                  "taken too, just before the answer closes it (w.png: w-frmFunction.png)");
   cmd->callback([o, &context] { RunEdit(*o, context); });
 });
 

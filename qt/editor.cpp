@@ -7,6 +7,7 @@
 #include <QKeyEvent>
 
 #include <algorithm>
+#include <cctype>
 #include <set>
 
 #include "qt/cp1252.h"
@@ -18,7 +19,10 @@ namespace kx::qt {
 
 namespace {
 
-constexpr int kBookmark = 1;  // marker number
+constexpr int kBookmark = 1;        // marker number
+constexpr int kErrorIndicator = 8;  // the first indicator free for containers
+// A fixed number: asking QScintilla for a fresh one per editor runs its numbers out.
+constexpr int kLiveCheckStyle = 250;
 constexpr int kLineMargin = 0;
 constexpr int kBookmarkMargin = 1;
 
@@ -31,6 +35,10 @@ QByteArray Utf8(const std::string& bytes) {
 EditorWidget::EditorWidget(QWidget* parent) : QsciScintilla(parent) {}
 
 void EditorWidget::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Space && event->modifiers() == Qt::ControlModifier) {
+    emit completionRequested();
+    return;
+  }
   emit keyDown();
   QsciScintilla::keyPressEvent(event);
 }
@@ -86,6 +94,31 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
 
   find_dialog = [](QtEditor& e) { RunFindDialog(e); };
   replace_dialog = [](QtEditor& e) { RunReplaceDialog(e); };
+
+  editor->indicatorDefine(QsciScintilla::SquiggleLowIndicator, kErrorIndicator);
+  editor->setIndicatorForegroundColor(QColor(0xE0, 0x00, 0x00), kErrorIndicator);
+  editor->setAnnotationDisplay(QsciScintilla::AnnotationBoxed);
+  live_style_ = QsciStyle(kLiveCheckStyle, QStringLiteral("live check"), QColor(0xA0, 0x00, 0x00),
+                          QColor(0xFF, 0xF0, 0xF0), editor->font());
+  live_timer_ = new QTimer(editor);
+  live_timer_->setSingleShot(true);
+  QObject::connect(live_timer_, &QTimer::timeout, Guard(), [this] { RunLiveCheck(); });
+  QObject::connect(editor, &EditorWidget::completionRequested, Guard(),
+                   [this] { ShowCompletion(false); });
+  QObject::connect(editor, &QsciScintillaBase::SCN_CHARADDED, Guard(), [this](int c) {
+    if (!assist_) return;
+    if (c == '(' || c == ',' || c == ')')
+      UpdateCallTip();
+    else if (c == '"' || c == '_' || c == '$' || (c < 128 && std::isalnum(c)))
+      ShowCompletion(true);
+  });
+  QObject::connect(editor, &QsciScintilla::cursorPositionChanged, Guard(), [this](int, int) {
+    if (assist_) UpdateCallTip();
+  });
+  QObject::connect(editor, &QsciScintilla::textChanged, Guard(), [this] {
+    if (error_mark_.first > 0 || !live_message_.empty()) ClearErrorMark();
+    if (live_check_) live_timer_->start();
+  });
 }
 
 // The widget may outlive its adapter for a moment; its lexer must not read our keywords.
@@ -306,12 +339,17 @@ void QtEditor::ReloadKeywords() {
     lexer_->SetKeywords(nullptr);
     keywords_.reset();
     keyword_path_.clear();
+    keyword_bytes_.clear();
     return;
   }
-  ui::KeywordSet keywords = ui::ReadKeywordFile(found);
+  std::string bytes = ReadWholeFile(found);
+  // The window reloads on every opening; restyling a long text for nothing holds it up.
+  if (keywords_ && found == keyword_path_ && bytes == keyword_bytes_) return;
+  ui::KeywordSet keywords = ui::ParseKeywordFile(bytes, found.string());
   lexer_->SetKeywords(nullptr);
   keywords_ = std::move(keywords);
   keyword_path_ = found;
+  keyword_bytes_ = std::move(bytes);
   lexer_->SetKeywords(&*keywords_);
 }
 
@@ -321,6 +359,133 @@ void QtEditor::LoadFile(const std::string& path) {
   Widget()->SendScintilla(QsciScintilla::SCI_EMPTYUNDOBUFFER);
   Widget()->markerDeleteAll(kBookmark);
   Widget()->SendScintilla(QsciScintilla::SCI_GOTOPOS, 0L);
+}
+
+void QtEditor::MarkError(int32_t start, int32_t length) {
+  ClearErrorMark();
+  const int32_t end = FromSci(Length());  // one past the last character
+  start = std::clamp(start, 1, end);
+  length = std::clamp(length, 0, end - start);
+  error_mark_ = {start, length};
+  // An empty range would draw nothing: the error is then shown on a character beside it.
+  int32_t from = start, to = start + length;
+  if (length == 0) {
+    if (start < end)
+      to = start + 1;
+    else if (start > 1)
+      from = start - 1;
+  }
+  Widget()->SendScintilla(QsciScintilla::SCI_SETINDICATORCURRENT, kErrorIndicator);
+  Widget()->SendScintilla(QsciScintilla::SCI_INDICATORFILLRANGE, ToSci(from),
+                          ToSci(to) - ToSci(from));
+}
+
+void QtEditor::ClearErrorMark() {
+  error_mark_ = {0, 0};
+  Widget()->SendScintilla(QsciScintilla::SCI_SETINDICATORCURRENT, kErrorIndicator);
+  Widget()->SendScintilla(QsciScintilla::SCI_INDICATORCLEARRANGE, 0L, Length());
+  if (!live_message_.empty()) {
+    live_message_.clear();
+    Widget()->clearAnnotations();
+  }
+}
+
+void QtEditor::SetLiveCheck(LiveCheck check, int delay_ms) {
+  live_check_ = std::move(check);
+  live_timer_->setInterval(delay_ms);
+  if (!live_check_) live_timer_->stop();
+}
+
+void QtEditor::RunLiveCheck() {
+  live_timer_->stop();
+  if (!live_check_) return;
+  std::optional<LiveError> error = live_check_(Text());
+  if (!error) return ClearErrorMark();
+  MarkError(error->start, error->length);
+  live_message_ = error->message;
+  int line = 0, index = 0;
+  Widget()->lineIndexFromPosition(static_cast<int>(ToSci(error_mark_.first)), &line, &index);
+  Widget()->annotate(line, ToQt(live_message_), live_style_);
+}
+
+void QtEditor::SetAssist(ui::EditorAssist* assist) {
+  assist_ = assist;
+  if (!assist_) {
+    Widget()->SendScintilla(QsciScintilla::SCI_CALLTIPCANCEL);
+    call_tip_.clear();
+  }
+}
+
+bool QtEditor::ShowCompletion(bool typed) {
+  if (!assist_) return false;
+  std::optional<ui::CompletionSite> site = ui::CompletionAt(Text(), CaretPosition());
+  if (!site || (typed && site->kind == ui::CompletionSite::kWord && site->prefix.size() < 3))
+    return false;
+  std::vector<std::string> candidates = ui::Candidates(*assist_, *site);
+  QsciScintilla* w = Widget();
+  // A word typed out has nothing to add; a list still open from its first letters would
+  // take the next Enter.
+  if (typed && candidates.size() == 1 && EqualsIgnoreCase(candidates[0], site->prefix)) {
+    w->SendScintilla(QsciScintilla::SCI_AUTOCCANCEL);
+    return false;
+  }
+  if (candidates.empty()) return false;
+  QByteArray list;
+  for (const std::string& candidate : candidates) {
+    if (!list.isEmpty()) list += '\n';
+    list += Utf8(candidate);
+  }
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETSEPARATOR, static_cast<long>('\n'));
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETIGNORECASE, 1L);
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETORDER, 2L);  // as given: already sorted
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSETCANCELATSTART, 0L);
+  w->SendScintilla(QsciScintilla::SCI_AUTOCSHOW,
+                   static_cast<unsigned long>(Utf8(site->prefix).size()), list.constData());
+  return true;
+}
+
+void QtEditor::UpdateCallTip() {
+  if (!assist_) return;
+  // An argument list does not go past its line, and a long text must not be read for each
+  // caret move.
+  QsciScintilla* w = Widget();
+  const long caret = w->SendScintilla(QsciScintilla::SCI_GETCURRENTPOS);
+  const long line_start =
+      w->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE,
+                       w->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, caret));
+  QByteArray utf8(static_cast<qsizetype>(caret - line_start) + 1, '\0');
+  w->SendScintilla(QsciScintilla::SCI_GETTEXTRANGE, line_start, caret, utf8.data());
+  const std::string text = FromQt(QString::fromUtf8(utf8.constData(), utf8.size() - 1));
+  for (const ui::CallSite& call : ui::CallsAt(text, static_cast<int32_t>(text.size()) + 1)) {
+    if (call.name.empty()) continue;
+    std::optional<ui::FunctionHelp> help = assist_->Describe(call.name);
+    if (!help) continue;
+    std::string tip = help->prototype;
+    if (!help->description.empty()) tip += "\n" + help->description;
+    if (tip != call_tip_ || !w->SendScintilla(QsciScintilla::SCI_CALLTIPACTIVE)) {
+      call_tip_ = tip;
+      const size_t name_start = static_cast<size_t>(call.paren - 1) - call.name.size();
+      const long at = line_start + Utf8(text.substr(0, name_start)).size();
+      w->SendScintilla(QsciScintilla::SCI_CALLTIPSHOW, static_cast<unsigned long>(at),
+                       Utf8(tip).constData());
+    }
+    if (auto span = ui::ArgumentSpan(help->prototype, call.argument))
+      w->SendScintilla(
+          QsciScintilla::SCI_CALLTIPSETHLT,
+          static_cast<unsigned long>(Utf8(help->prototype.substr(0, span->first)).size()),
+          static_cast<long>(Utf8(help->prototype.substr(0, span->second)).size()));
+    else
+      w->SendScintilla(QsciScintilla::SCI_CALLTIPSETHLT, 0UL, 0L);
+    return;
+  }
+  if (!call_tip_.empty()) {
+    w->SendScintilla(QsciScintilla::SCI_CALLTIPCANCEL);
+    call_tip_.clear();
+  }
+}
+
+std::string QtEditor::CallTip() const {
+  return Widget()->SendScintilla(QsciScintilla::SCI_CALLTIPACTIVE) ? call_tip_ : std::string();
 }
 
 void QtEditor::SaveFile(const std::string& path) {

@@ -3,11 +3,16 @@
 // control's text is bytes shown as Windows-1252, and positions count those bytes from 1.
 
 #include <Qsci/qsciscintilla.h>
+#include <Qsci/qscistyle.h>
+
+#include <QPointer>
+#include <QTimer>
 
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qt/controls.h"
@@ -25,11 +30,20 @@ class EditorWidget : public QsciScintilla {
  signals:
   void keyDown();
   void mouseDown();
+  void completionRequested();  // Ctrl+Space
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
 };
+
+// The first syntax error of a text, as a live check reports it.
+struct LiveError {
+  int32_t start = 1;  // 1-based byte position
+  int32_t length = 0;
+  std::string message;
+};
+using LiveCheck = std::function<std::optional<LiveError>(const std::string& text)>;
 
 class QtEditor : public QtControl<ui::EditorControl> {
  public:
@@ -72,6 +86,30 @@ class QtEditor : public QtControl<ui::EditorControl> {
   void SetStyle(const std::string& name) override;
   // The code keeps a fixed-pitch font: a proportional general font is not taken.
   void SetFontName(const std::string& name) override;
+  // A squiggle under the text; an empty range marks the character at it (or the last one).
+  void MarkError(int32_t start, int32_t length) override;
+  void ClearErrorMark() override;
+  std::pair<int32_t, int32_t> ErrorMark() const override { return error_mark_; }
+
+  // Checks the text once typing has paused for `delay_ms`: the first error gets the
+  // squiggle and its message under its line; a text without errors loses both. Never a
+  // dialog. An empty `check` turns it off.
+  void SetLiveCheck(LiveCheck check, int delay_ms = 500);
+  // The check's message under the text, empty when none.
+  const std::string& LiveMessage() const { return live_message_; }
+  bool LiveCheckPending() const { return live_timer_->isActive(); }
+  void RunLiveCheck();
+
+  void SetAssist(ui::EditorAssist* assist) override;
+  // Opens the completion list for the caret's place: a word, or a record or field name in
+  // Records("…").Fields("…"). `typed`: asked by a keystroke, so a word needs three
+  // characters first. False when there is nothing to offer.
+  bool ShowCompletion(bool typed);
+  // The call tip for the innermost host-library function whose argument list holds the
+  // caret (its prototype and description, the current argument highlighted), or none.
+  void UpdateCallTip();
+  // The call tip shown, empty when none.
+  std::string CallTip() const;
 
   // What the find and replace dialogs do. Searches ignore case unless asked; a find selects
   // the next match at or after the caret, wrapping to the top.
@@ -108,7 +146,15 @@ class QtEditor : public QtControl<ui::EditorControl> {
   std::string keyword_file_;
   std::filesystem::path keyword_path_;
   std::optional<ui::KeywordSet> keywords_;
+  std::string keyword_bytes_;  // the file as read, to tell a reload that changes nothing
   bool last_found_ = false;
+  std::pair<int32_t, int32_t> error_mark_{0, 0};
+  LiveCheck live_check_;
+  QTimer* live_timer_;  // the widget's child
+  std::string live_message_;
+  QsciStyle live_style_;
+  ui::EditorAssist* assist_ = nullptr;
+  std::string call_tip_;
 };
 
 }  // namespace kx::qt

@@ -4,6 +4,7 @@
 
 #include <QFontDatabase>
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -131,7 +132,12 @@ void KeywordLexer::SetKeywords(const ui::KeywordSet* keywords) {
     setColor(defaultColor(style), style);
     setFont(defaultFont(style), style);
   }
-  if (editor()) editor()->recolor();
+  // Everything is restyled, but only as it comes into view: styling a long text whole
+  // at once would hold up the window's opening.
+  if (QsciScintilla* e = editor()) {
+    e->SendScintilla(QsciScintillaBase::SCI_STARTSTYLING, 0UL, 0L);
+    e->viewport()->update();
+  }
 }
 
 int KeywordLexer::WordStyle(std::string_view word) const {
@@ -161,6 +167,7 @@ void KeywordLexer::styleText(int start, int end) {
 
   startStyling(start);
   const size_t n = text.size();
+  std::string styles(n, static_cast<char>(kDefault));
   auto byte = [&](size_t i) { return i < n ? static_cast<unsigned char>(text[i]) : 0; };
   auto line_end = [&](size_t i) {
     while (i < n && text[i] != '\r' && text[i] != '\n') ++i;
@@ -239,9 +246,13 @@ void KeywordLexer::styleText(int start, int end) {
         }
       }
     }
-    setStyling(static_cast<int>(j - i), style);
+    std::fill(styles.begin() + static_cast<std::ptrdiff_t>(i),
+              styles.begin() + static_cast<std::ptrdiff_t>(std::min(j, n)),
+              static_cast<char>(style));
     i = j;
   }
+  // One call for the whole range: Scintilla announces every styling call as a change.
+  sci->SendScintilla(QsciScintilla::SCI_SETSTYLINGEX, static_cast<unsigned long>(n), styles.data());
 }
 
 }  // namespace kx::qt

@@ -6,6 +6,8 @@
 #include <QKeyEvent>
 #include <QMenu>
 
+#include <filesystem>
+
 #include "qt/cp1252.h"
 #include "runtime/error.h"
 #include "ui/unanswered.h"
@@ -189,6 +191,8 @@ Desktop::Desktop(bool scripted) : scripted_(scripted) {
           else
             editor.ReplaceNext(answer.find, answer.replacement, false);
         });
+  // A check that fires when the clock says would make a script's result depend on its speed.
+  if (scripted_) env_.SetLiveCheck({});
   QtWindow::SetModalHook([this](QtWindow& window) { OnModal(window); });
 }
 
@@ -222,7 +226,7 @@ void Desktop::AnswerInputBox(std::function<void(QtInputBoxView&)> answer) {
 }
 
 void Desktop::AnswerFunction(const std::string& how, const std::vector<std::string>& values) {
-  AnswerFunction([how, values](QtFunctionView& dialog) {
+  AnswerFunction([this, how, values](QtFunctionView& dialog) {
     if (how == "close") {
       dialog.TopLevel()->close();
       return;
@@ -232,23 +236,26 @@ void Desktop::AnswerFunction(const std::string& how, const std::vector<std::stri
         if (!EditArgument(dialog, static_cast<int32_t>(i), values[i]))
           throw ui::Unanswered("frmFunction has no argument row " + std::to_string(i) +
                                " for the value \"" + values[i] + "\"");
+    DialogPicture(dialog.TopLevel(), "frmFunction");
     (how == "ok" ? dialog.cmdok() : dialog.cmdcancel()).Widget()->click();
   });
 }
 
 void Desktop::AnswerPrompt(const std::string& how, bool same, const std::string& text) {
-  AnswerPrompt([how, same, text](QtPromptView& prompt) {
+  AnswerPrompt([this, how, same, text](QtPromptView& prompt) {
     if (how == "ok") {
       prompt.ssdcbovalue().Widget()->setEditText(ToQt(text));
       prompt.ssdchk3dsame().Widget()->setChecked(same);
     }
+    DialogPicture(prompt.TopLevel(), "frmprompt");
     (how == "ok" ? prompt.cmdok() : prompt.cmdcancel()).Widget()->click();
   });
 }
 
 void Desktop::AnswerInput(const std::string& text) {
-  AnswerInputBox([text](QtInputBoxView& box) {
+  AnswerInputBox([this, text](QtInputBoxView& box) {
     TypeInput(box, text);
+    DialogPicture(box.TopLevel(), "frminputbox");
     box.OKButton().Widget()->click();
   });
 }
@@ -308,7 +315,22 @@ void Desktop::OnModal(QtWindow& window) {
   }
 }
 
+void Desktop::DialogPicture(QWidget* dialog, const std::string& name) {
+  if (picture_.empty() || !dialog) return;
+  std::filesystem::path path(picture_);
+  path.replace_filename(path.stem().string() + "-" + name + path.extension().string());
+  QCoreApplication::processEvents();  // the values just typed are painted
+  if (!dialog->grab().save(QFile::decodeName(QByteArray::fromStdString(path.string())), "PNG") &&
+      picture_error_.empty())
+    picture_error_ = "cannot write " + path.string();
+}
+
 bool Desktop::Screenshot(const std::string& path, std::string& error) {
+  picture_ = path;
+  if (!picture_error_.empty()) {
+    error = picture_error_;
+    return false;
+  }
   QtExprBldView* view = env_.dialogs().ExprBld();
   if (!view) {
     error = "there is no editor window to take a picture of";

@@ -77,11 +77,17 @@ class Desktop {
   // What went wrong while the windows ran on their own (a dialog nobody answered, a
   // failing play): the first such exception, taken once.
   std::exception_ptr TakeFailure() { return TakeEscaped(); }
-  // A PNG of the editor window as it is now.
+  // A PNG of the editor window as it is now. From then on, a dialog a script answers is
+  // also taken just before its answer closes it, into PATH with "-" and its name added
+  // before the extension (w.png: w-frmFunction.png).
   bool Screenshot(const std::string& path, std::string& error);
 
  private:
   void OnModal(QtWindow& window);
+  void DialogPicture(QWidget* dialog, const std::string& name);
+
+  std::string picture_;
+  std::string picture_error_;
 
   bool scripted_;
   Environment env_;

@@ -8,6 +8,7 @@
 #include <QPushButton>
 #include <QUrl>
 
+#include "host/checker_object.h"
 #include "qt/cp1252.h"
 #include "runtime/text.h"
 
@@ -152,6 +153,13 @@ std::unique_ptr<ui::TemplateEditorView> QtDialogFactory::NewTemplateEditorView()
 
 Environment::Environment() {
   context_.keyword_dirs = &keyword_dirs_;
+  // The bundled checker, whoever validates: it needs no host and answers at once.
+  context_.live_check = [](const std::string& text) -> std::optional<LiveError> {
+    host::BasicCompiler checker;
+    checker.Check(text);
+    if (checker.ErrorText().empty()) return std::nullopt;
+    return LiveError{checker.ErrorStart(), checker.ErrorLength(), checker.ErrorText()};
+  };
 }
 
 ui::Services Environment::Services() {

@@ -102,6 +102,9 @@ class Environment {
     context_.find_dialog = std::move(find);
     context_.replace_dialog = std::move(replace);
   }
+  // The check editors made from now on run while the user types (the bundled checker
+  // unless replaced; empty: none).
+  void SetLiveCheck(LiveCheck check) { context_.live_check = std::move(check); }
   QtDialogFactory& dialogs() { return dialogs_; }
   QtMessageBox& message_box() { return message_box_; }
   QtHelpViewer& help() { return help_; }

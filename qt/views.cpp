@@ -67,6 +67,7 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
   editor_ = std::make_unique<QtEditor>("KXEditor1", editor, context.keyword_dirs);
   if (context.find_dialog) editor_->find_dialog = context.find_dialog;
   if (context.replace_dialog) editor_->replace_dialog = context.replace_dialog;
+  if (context.live_check) editor_->SetLiveCheck(context.live_check);
   QObject::connect(editor, &EditorWidget::keyDown, guard_.get(), [this] {
     if (events_) Fire([&] { events_->KXEditor1_KeyDown(); });
   });

@@ -27,6 +27,8 @@ struct ViewContext {
   // What the editor's find and replace commands open, when not its own dialogs.
   std::function<void(QtEditor&)> find_dialog;
   std::function<void(QtEditor&)> replace_dialog;
+  // The editor's check while typing; none when empty.
+  LiveCheck live_check;
 };
 
 // What the views have in common: the top-level widget, deleted with the view.

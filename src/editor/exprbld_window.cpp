@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "editor/exprbld_assist.h"
 #include "editor/frm_expr_bld.h"
 #include "functions/snippets.h"
 #include "inventory/variant.h"
@@ -152,7 +153,10 @@ frmExprBld::frmExprBld(ExprBldContext context, KXExpressionBuilder* builder)
     : context_(std::move(context)), builder_(builder) {}
 
 frmExprBld::~frmExprBld() {
-  if (view_) view_->SetEvents(nullptr);
+  if (view_) {
+    view_->SetEvents(nullptr);
+    view_->KXEditor1().SetAssist(nullptr);
+  }
 }
 
 void frmExprBld::Load() {
@@ -160,6 +164,10 @@ void frmExprBld::Load() {
   if (!view_) {
     view_ = context_.services.dialogs->NewExprBldView();
     view_->SetEvents(this);
+    if (builder_) {
+      assist_ = std::make_unique<PaletteAssist>(*builder_, context_);
+      view_->KXEditor1().SetAssist(assist_.get());
+    }
     designed_ = false;
   }
   loaded_ = true;
@@ -562,6 +570,7 @@ void frmExprBld::HandleToolsKeywords() {
 void frmExprBld::HandleToolsValidate() {
   Guarded(Box(), "HandleToolsValidate(ExprBld)", [&] {
     view_->lblexprerr().SetCaption("");
+    Editor().ClearErrorMark();
     std::shared_ptr<HostTarget> target = Need(builder_).TargetControl();
     std::shared_ptr<ExpressionChecker> checker;
     if (target)
@@ -581,6 +590,7 @@ void frmExprBld::HandleToolsValidate() {
     const int32_t start = std::clamp(checker->ErrorStart(), 1, end);
     const int32_t length = std::clamp(checker->ErrorLength(), 0, end - start);
     Editor().Select(start, length);
+    Editor().MarkError(start, length);
     view_->lblexprerr().SetCaption(error);
   });
 }

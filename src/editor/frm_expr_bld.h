@@ -50,6 +50,8 @@ struct ExprBldContext {
   std::function<std::string(const std::string& text)> function_builder;
 };
 
+class PaletteAssist;
+
 class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
  public:
   frmExprBld(ExprBldContext context, KXExpressionBuilder* builder);
@@ -134,6 +136,7 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
   bool bottom_hidden_ = false;
   int32_t comment_length_ = 0;
   FunctionInfo info_;  // the record the palette fills for functions and constructs
+  std::unique_ptr<PaletteAssist> assist_;  // the editor's completion and call tips
 
   ui::MessageBoxService& Box() { return *context_.services.message_box; }
 

@@ -4,9 +4,11 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ui/controls.h"
+#include "ui/editor_assist.h"
 
 namespace kx::ui {
 
@@ -56,6 +58,17 @@ class EditorControl : public Control {
 
   // Colour styles by name ("style_winhighlight", "style_tokennormal").
   virtual void SetStyle(const std::string& name) = 0;
+
+  // Underlines the text of a syntax error (clipped to the text). The mark goes with the
+  // next edit: once the text changed it no longer says where the error is.
+  virtual void MarkError(int32_t start, int32_t length) = 0;
+  virtual void ClearErrorMark() = 0;
+  // The marked start and length; length 0 when nothing is marked.
+  virtual std::pair<int32_t, int32_t> ErrorMark() const = 0;
+
+  // What the editor offers while the user types (completion, call tips); null: nothing.
+  // Not owned. An editor without a screen offers nothing and ignores it.
+  virtual void SetAssist(EditorAssist* assist) { (void)assist; }
 };
 
 }  // namespace kx::ui

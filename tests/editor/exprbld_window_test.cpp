@@ -255,12 +255,16 @@ TEST(ExprBldWindow, ValidateSelectsTheErrorClippedOrSaysThereIsNone) {
               selected);
     EXPECT_EQ(rig.view().lblexprerr().Caption(), "Expected: expression");
     EXPECT_TRUE(rig.env.driver().Messages().empty());
+    // The error is also marked, where it is selected.
+    const auto [mark, marked] = rig.editor().ErrorMark();
+    EXPECT_EQ(std::to_string(mark) + "," + std::to_string(marked), selected);
 
     // With a target its checker is used; a clean check clears the label and says so.
     auto doc = host::ConversionDocument::Load(KX_SOURCE_DIR "/data/sample-conversion.json");
     rig.builder->TargetControl(doc->Target());
     rig.view().ClickToolbar("Validate");
     EXPECT_EQ(rig.view().lblexprerr().Caption(), "");
+    EXPECT_EQ(rig.editor().ErrorMark().first, 0);
     EXPECT_EQ(rig.env.driver().Messages(),
               (Messages{{"Expression contains no syntax errors.", 0, ""}}));
   }

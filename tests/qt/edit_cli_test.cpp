@@ -90,11 +90,17 @@ TEST(EditCommand, DesktopScriptsFailWhereTheHeadlessOnesFail) {
 TEST(EditCommand, ScreenshotAndNoDisplay) {
   QTemporaryDir dir;
   const std::string png = dir.filePath("window.png").toStdString();
-  Outcome shot = Kxexpr(kDesktop, kSample + " --screenshot '" + png + "'", "click-node FC\n");
+  Outcome shot = Kxexpr(kDesktop, kSample + " --screenshot '" + png + "'",
+                        "click-node Text\nanswer function ok x|2\nbuild 0\n");
   EXPECT_EQ(shot.code, 1) << shot.err;  // the script ends with the window open: closed
   QImage image(QString::fromStdString(png));
   EXPECT_FALSE(image.isNull());
   EXPECT_GE(image.width(), 560);
+  // The answered dialog, taken with its values in: a picture of its own, smaller than the
+  // window's.
+  QImage dialog(dir.filePath("window-frmFunction.png"));
+  ASSERT_FALSE(dialog.isNull());
+  EXPECT_LT(dialog.width() * dialog.height(), image.width() * image.height());
 
   Outcome none = Kxexpr("-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM", kSample, "");
   EXPECT_EQ(none.code, 2);

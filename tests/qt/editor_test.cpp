@@ -241,6 +241,25 @@ TEST(QtEditor, KeywordFileColoursCategoriesStringsCommentsNumbersAndFields) {
   EXPECT_EQ(e.control.Keywords(), nullptr);
   e.widget->SendScintilla(QsciScintilla::SCI_COLOURISE, 0UL, -1L);
   EXPECT_EQ(style("Then"), L::kDefault);
+
+  // On a long text a reload styles what is shown, the rest as it comes into view; a reload
+  // of an unchanged file leaves the styles alone.
+  e.control.Clear();
+  std::string many;
+  for (int i = 0; i < 3000; ++i) many += "If x Then\r\n";
+  e.control.InsertText(many);
+  e.control.SetCaretPosition(1);
+  e.widget->resize(400, 200);
+  e.widget->show();
+  e.control.SetKeywordFile("words.ini");
+  e.control.ReloadKeywords();
+  e.widget->grab();  // paints
+  const long styled = e.widget->SendScintilla(QsciScintilla::SCI_GETENDSTYLED);
+  EXPECT_GT(styled, 0);
+  EXPECT_LT(styled, static_cast<long>(many.size()) / 10);
+  EXPECT_EQ(e.control.StyleAt(1), constructs);
+  e.control.ReloadKeywords();
+  EXPECT_EQ(e.widget->SendScintilla(QsciScintilla::SCI_GETENDSTYLED), styled);
 }
 
 }  // namespace

@@ -226,6 +226,7 @@ void HeadlessEditor::LoadFile(const std::string& path) {
   undo_.clear();
   redo_.clear();
   bookmarks_.clear();
+  ClearErrorMark();
 }
 
 void HeadlessEditor::SaveFile(const std::string& path) {
@@ -263,6 +264,13 @@ void HeadlessEditor::Commit(Step step) {
 void HeadlessEditor::Apply(size_t at, size_t remove, const std::string& insert) {
   if (!bookmarks_.empty()) MoveBookmarks(at, text_.substr(at, remove), insert);
   text_.replace(at, remove, insert);
+  ClearErrorMark();
+}
+
+void HeadlessEditor::MarkError(int32_t start, int32_t length) {
+  const int32_t end = static_cast<int32_t>(text_.size()) + 1;
+  start = std::clamp(start, 1, end);
+  error_mark_ = {start, std::clamp(length, 0, end - start)};
 }
 
 // A bookmark belongs to its line's text: it moves down when lines are inserted above it or

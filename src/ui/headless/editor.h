@@ -75,6 +75,10 @@ class HeadlessEditor : public ControlOf<EditorControl> {
 
   void SetStyle(const std::string& name) override { styles_.push_back(name); }
 
+  void MarkError(int32_t start, int32_t length) override;
+  void ClearErrorMark() override { error_mark_ = {0, 0}; }
+  std::pair<int32_t, int32_t> ErrorMark() const override { return error_mark_; }
+
   // For tests and scripts.
   // The keywords in use, nullptr while colouring is off.
   const KeywordSet* Keywords() const { return keywords_ ? &*keywords_ : nullptr; }
@@ -122,6 +126,7 @@ class HeadlessEditor : public ControlOf<EditorControl> {
   std::optional<KeywordSet> keywords_;
   std::vector<std::string> styles_;
   bool last_found_ = false;
+  std::pair<int32_t, int32_t> error_mark_{0, 0};
 };
 
 }  // namespace kx::ui::headless

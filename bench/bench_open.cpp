@@ -1,0 +1,230 @@
+// Opening the builder's desktop window on a large conversion, against a bare QScintilla
+// window holding the same text: construct, BuildTree, Show modeless, first paint.
+//   bench_open [benchmark flags]     (Qt's offscreen platform unless QT_QPA_PLATFORM is set)
+// The builder's Show runs the event loop once, so the first paint mostly falls into
+// `show_ms`; `paint_ms` is what is left of it after Show returns.
+// Each benchmark reports the process's resident memory before its first opening
+// (`rss_before_MB`) and its peak (`maxrss_MB`); run them one per process for the peak of
+// each (bench/open_vs_qscintilla.sh does).
+
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+
+#include <Qsci/qsciscintilla.h>
+#include <QApplication>
+#include <QEvent>
+
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "component/registry.h"
+#include "editor/new_builder.h"
+#include "host/checker_object.h"
+#include "host/conversion_document.h"
+#include "qt/services.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kLayouts = 1000;
+constexpr int kFields = 100;
+constexpr int kLines = 2000;
+constexpr int kDefaultWidth = 700, kDefaultHeight = 540;
+
+std::string GenerateConversion() {
+  std::string out = R"({"version": 1, "source": {"type": "Generated", )"
+                    R"("supportsMultipleRecordLayouts": true, "recordLayouts": [)";
+  for (int l = 0; l < kLayouts; ++l) {
+    out += l ? ",\n" : "\n";
+    out += R"({"name": "Layout)" + std::to_string(l) + R"(", "fields": [)";
+    for (int f = 0; f < kFields; ++f) {
+      if (f) out += ", ";
+      out += "\"Field" + std::to_string(f) + '"';
+    }
+    out += "]}";
+  }
+  out += "]}}\n";
+  return out;
+}
+
+// Lines of the kinds users write, CR LF between them as the component keeps them.
+std::string GenerateExpression() {
+  std::string out;
+  for (int i = 0; i < kLines; ++i) {
+    if (i) out += "\r\n";
+    const std::string ref = "Records(\"Layout" + std::to_string(i % kLayouts) +
+                            "\").Fields(\"Field" + std::to_string(i % kFields) + "\")";
+    switch (i % 4) {
+      case 0:
+        out += "If " + ref + " > " + std::to_string(i) + " Then";
+        break;
+      case 1:
+        out += "  Left$(UCase$(" + ref + "), 20) & \" #" + std::to_string(i) + "\" ' note";
+        break;
+      case 2:
+        out += "Else";
+        break;
+      default:
+        out += "  Format$(Now(), \"yyyy\") & " + ref + "\r\nEnd If";
+        ++i;
+        break;
+    }
+  }
+  return out;
+}
+
+double MegabytesPeak() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+double MegabytesNow() {
+  std::ifstream statm("/proc/self/statm");
+  long pages = 0, resident = 0;
+  statm >> pages >> resident;
+  return static_cast<double>(resident) * 4096.0 / (1024.0 * 1024.0);
+}
+
+// Counts paints of any QScintilla text area: the editor is the last thing to appear.
+class PaintWatch : public QObject {
+ public:
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (event->type() == QEvent::Paint && watched->parent() &&
+        watched->parent()->inherits("QsciScintilla"))
+      ++paints;
+    return false;
+  }
+  int paints = 0;
+};
+
+struct World {
+  World() {
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Never deleted: at exit Qt's own globals may be gone before a static application.
+    app = new QApplication(argc, argv);
+    app->installEventFilter(&watch);
+    data = fs::path(KX_SOURCE_DIR) / "data";
+    document = kx::host::ConversionDocument::Parse(GenerateConversion(), "<generated>");
+    expression = GenerateExpression();
+    registry = kx::FileRegistry::Load(data / "kxexpr.reg");
+    rss_before = MegabytesNow();
+  }
+
+  // Lets the window come up and returns once its editor has been painted since the count
+  // was `before` (showing may already paint).
+  void WaitForPaint(int before) {
+    while (watch.paints == before) QCoreApplication::processEvents(QEventLoop::AllEvents);
+  }
+
+  static inline int argc = 1;
+  static inline char name[] = "bench_open";
+  static inline char* argv[] = {name, nullptr};
+  QApplication* app;
+  PaintWatch watch;
+  fs::path data;
+  std::shared_ptr<kx::host::ConversionDocument> document;
+  std::string expression;
+  std::shared_ptr<kx::Registry> registry;
+  double rss_before = 0;
+  QSize window_size;
+};
+
+World& TheWorld() {
+  static World world;
+  return world;
+}
+
+struct Opened {
+  std::unique_ptr<kx::qt::Environment> env;
+  kx::ExprBldContext context;
+  std::unique_ptr<kx::ExpressionBuilder> builder;
+};
+
+// The four steps of opening, each adding its time to `spent`.
+std::unique_ptr<Opened> OpenBuilder(World& w, double spent[4]) {
+  auto stamp = Clock::now();
+  auto lap = [&](int step) {
+    const auto now = Clock::now();
+    spent[step] += std::chrono::duration<double, std::milli>(now - stamp).count();
+    stamp = now;
+  };
+  auto o = std::make_unique<Opened>();
+  o->env = std::make_unique<kx::qt::Environment>();
+  o->env->SetKeywordDirs({w.data});
+  o->context.services = o->env->Services();
+  o->context.registry = w.registry;
+  o->context.library_base = w.data;
+  o->context.keyword_dirs = {w.data};
+  o->context.new_checker = [] { return std::make_shared<kx::host::BasicCompiler>(); };
+  o->builder = kx::NewExpressionBuilder(o->context);
+  o->builder->SourceControl(w.document->Source());
+  o->builder->Expression(w.expression);
+  lap(0);
+  o->builder->KXExpressionBuilder_BuildTree();
+  lap(1);
+  const int paints = w.watch.paints;
+  o->builder->Show(0);
+  lap(2);
+  w.WaitForPaint(paints);
+  lap(3);
+  if (w.window_size.isEmpty()) w.window_size = o->env->dialogs().ExprBld()->Main()->size();
+  return o;
+}
+
+void Close(std::unique_ptr<Opened> opened) {
+  opened.reset();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  QCoreApplication::processEvents();
+}
+
+void Report(benchmark::State& state, const World& w) {
+  state.counters["rss_before_MB"] = w.rss_before;
+  state.counters["maxrss_MB"] = MegabytesPeak();
+}
+
+void BM_OpenBuilder(benchmark::State& state) {
+  World& w = TheWorld();
+  double spent[4] = {};
+  for (auto _ : state) {
+    auto opened = OpenBuilder(w, spent);
+    state.PauseTiming();
+    Close(std::move(opened));
+    state.ResumeTiming();
+  }
+  const char* names[] = {"construct_ms", "buildtree_ms", "show_ms", "paint_ms"};
+  for (int i = 0; i < 4; ++i)
+    state.counters[names[i]] = benchmark::Counter(spent[i], benchmark::Counter::kAvgIterations);
+  Report(state, w);
+}
+
+// The same text in a QScintilla of the builder window's size (when the builder ran in this
+// process; else of the size it opens at on 96 dpi), nothing else.
+void BM_OpenBareQScintilla(benchmark::State& state) {
+  World& w = TheWorld();
+  if (w.window_size.isEmpty()) w.window_size = QSize(kDefaultWidth, kDefaultHeight);
+  const QString text = QString::fromLatin1(w.expression.data(), qsizetype(w.expression.size()));
+  for (auto _ : state) {
+    auto editor = std::make_unique<QsciScintilla>();
+    editor->resize(w.window_size);
+    editor->setText(text);
+    const int paints = w.watch.paints;
+    editor->show();
+    w.WaitForPaint(paints);
+    state.PauseTiming();
+    editor.reset();
+    QCoreApplication::processEvents();
+    state.ResumeTiming();
+  }
+  Report(state, w);
+}
+
+BENCHMARK(BM_OpenBuilder)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenBareQScintilla)->Unit(benchmark::kMillisecond);
+
+}  // namespace
