@@ -84,6 +84,19 @@ Win32Editor::Range Win32Editor::RichSelection() const {
   return {std::min(range.cpMin, range.cpMax), std::max(range.cpMin, range.cpMax)};
 }
 
+void Win32Editor::MarkError(int32_t start, int32_t length) {
+  std::string text = Text();
+  const int32_t end = static_cast<int32_t>(text.size()) + 1;
+  start = std::clamp(start, 1, end);
+  mark_ = {start, std::clamp(length, 0, end - start)};
+  marked_text_ = std::move(text);
+}
+
+std::pair<int32_t, int32_t> Win32Editor::ErrorMark() const {
+  if (!marked_text_ || *marked_text_ != Text()) return {0, 0};
+  return mark_;
+}
+
 void Win32Editor::InsertText(const std::string& text) {
   // Each insertion is an undo step of its own, not merged with typing around it.
   SendMessageW(window_, EM_STOPGROUPTYPING, 0, 0);

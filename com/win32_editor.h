@@ -53,6 +53,10 @@ class Win32Editor : public Win32Control<ui::EditorControl> {
   void LoadFile(const std::string& path) override;
   void SaveFile(const std::string& path) override;
   void SetStyle(const std::string&) override {}
+  // The mark is kept, not drawn: formatting a rich edit control's text would be an undo step.
+  void MarkError(int32_t start, int32_t length) override;
+  void ClearErrorMark() override { marked_text_.reset(); }
+  std::pair<int32_t, int32_t> ErrorMark() const override;
 
   // Subclass procedure: the presenter hears of a key or click before the control acts.
   LRESULT Procedure(UINT message, WPARAM wparam, LPARAM lparam);
@@ -75,6 +79,9 @@ class Win32Editor : public Win32Control<ui::EditorControl> {
   std::string keyword_file_;
   std::optional<ui::KeywordSet> keywords_;
   std::set<int32_t> bookmarks_;
+  // The text the error mark belongs to: an edit since then drops the mark.
+  std::optional<std::string> marked_text_;
+  std::pair<int32_t, int32_t> mark_{0, 0};
 };
 
 }  // namespace kx::com::win32

@@ -667,6 +667,15 @@ std::unique_ptr<ui::InputBoxView> Win32DialogFactory::NewInputBoxView() {
   return std::make_unique<Win32InputBoxView>();
 }
 
+// The template dialogs have no Win32 views yet: the window's template command reports this
+// instead of opening them.
+std::unique_ptr<ui::TemplateManagerView> Win32DialogFactory::NewTemplateManagerView() {
+  Raise(kErrNotSupported, "The template manager is not available in this build");
+}
+std::unique_ptr<ui::TemplateEditorView> Win32DialogFactory::NewTemplateEditorView() {
+  Raise(kErrNotSupported, "The template editor is not available in this build");
+}
+
 std::optional<std::string> Win32FileDialog::ShowOpen(const ui::FileDialogRequest& request) {
   // "Text Files (*.txt)|*.txt" becomes the dialog's pairs of NUL-ended strings.
   std::string filter = request.filter;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ui/services.h"
+#include "ui/template_views.h"
 #include "ui/views.h"
 
 namespace kx::com::win32 {
@@ -32,6 +33,8 @@ class Win32DialogFactory : public ui::DialogFactory {
   std::unique_ptr<ui::FunctionView> NewFunctionView() override;
   std::unique_ptr<ui::PromptView> NewPromptView() override;
   std::unique_ptr<ui::InputBoxView> NewInputBoxView() override;
+  std::unique_ptr<ui::TemplateManagerView> NewTemplateManagerView() override;
+  std::unique_ptr<ui::TemplateEditorView> NewTemplateEditorView() override;
 
  private:
   std::vector<std::filesystem::path> keyword_dirs_;
