@@ -304,6 +304,9 @@ void Desktop::OnModal(QtWindow& window) {
       played = Answer(prompts_, env_.dialogs().Prompt(), scripted_, name);
     } else if (name == "frminputbox") {
       played = Answer(inputs_, env_.dialogs().InputBox(), scripted_, name);
+    } else if (scripted_) {
+      // A scripted run cannot answer this window here, so it fails instead of waiting.
+      throw ui::Unanswered("the modal window " + name + " cannot be played in a desktop run");
     }
     if (played && window.IsShown())
       throw ui::Unanswered("the modal window " + name + " is still open: nobody closed it");

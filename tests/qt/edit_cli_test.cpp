@@ -26,8 +26,9 @@ Outcome Kxexpr(const std::string& env, const std::string& args, const std::strin
   QTemporaryDir dir;
   const fs::path folder = dir.path().toStdString();
   WriteWholeFile(folder / "script.txt", script);
+  // A run that waits for a user who never comes fails on the timeout instead of hanging.
   std::string command = "cd '" + folder.string() + "' && env " + env +
-                        " '" KXEXPR_BINARY "' edit " + args +
+                        " timeout 60 '" KXEXPR_BINARY "' edit " + args +
                         " --script script.txt > out.txt 2> err.txt";
   int status = std::system(command.c_str());
   return {WEXITSTATUS(status), ReadWholeFile(folder / "out.txt"),
@@ -85,6 +86,12 @@ TEST(EditCommand, DesktopScriptsFailWhereTheHeadlessOnesFail) {
       EXPECT_NE(run.err.find(c.error), std::string::npos) << env << ": " << run.err;
     }
   }
+  // A dialog the desktop session cannot play fails the run instead of waiting for a user.
+  Outcome manager = Kxexpr(
+      kDesktop, kSample + " --templates '" KX_SOURCE_DIR "/data/sample.tpl' --allow-templates",
+      "toolbar Template\n");
+  EXPECT_EQ(manager.code, 3);
+  EXPECT_NE(manager.err.find("frmtemplate"), std::string::npos) << manager.err;
 }
 
 TEST(EditCommand, ScreenshotAndNoDisplay) {
