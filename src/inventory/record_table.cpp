@@ -1,5 +1,7 @@
 #include "inventory/record_table.h"
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
 
 #include "runtime/error.h"
@@ -36,7 +38,7 @@ size_t RecordTable::Probe(std::string_view key, size_t hash) const {
   for (; index_[slot] != 0; slot = (slot + 1) & (index_.size() - 1)) {
     if ((index_[slot] & 0xFFFFFFFF00000000u) != tag) continue;
     const Entry& e = entries_[(index_[slot] & 0xFFFFFFFFu) - 1];
-    if (e.hash == hash && e.key == key) break;
+    if (e.hash == hash && e.Key() == key) break;
   }
   return slot;
 }
@@ -47,15 +49,33 @@ const RecordTable::Record* RecordTable::Find(std::string_view key) const {
   return found ? &entries_[(found & 0xFFFFFFFFu) - 1].record : nullptr;
 }
 
-void RecordTable::Add(Record record, std::string key) {
-  if (entries_.size() >= static_cast<size_t>(INT32_MAX)) Raise(kErrOutOfMemory);
+const char* RecordTable::StoreKey(std::string_view key) {
+  // Small enough to stay in the cache while a walk fills it, large enough to be rare.
+  constexpr size_t kChunk = size_t{64} << 10;
+  if (key.size() > key_room_) {
+    const size_t size = std::max(kChunk, key.size());
+    keys_.push_back(std::make_unique_for_overwrite<char[]>(size));
+    key_free_ = keys_.back().get();
+    key_room_ = size;
+  }
+  char* stored = key_free_;
+  if (!key.empty()) std::memcpy(stored, key.data(), key.size());
+  key_free_ += key.size();
+  key_room_ -= key.size();
+  return stored;
+}
+
+void RecordTable::Add(Record record, std::string_view key) {
+  if (entries_.size() >= static_cast<size_t>(INT32_MAX) || key.size() > UINT32_MAX)
+    Raise(kErrOutOfMemory);
   // Kept at most half full so that probes stay short.
   if ((entries_.size() + 1) * 2 > index_.size()) Rebuild(index_.empty() ? 16 : index_.size() * 2);
   const size_t hash = HashKey(key);
   const size_t slot = Probe(key, hash);
   if (index_[slot] != 0)
-    Raise(kErrDuplicateKey, std::string(StandardErrorText(kErrDuplicateKey)) + ": \"" + key + "\"");
-  entries_.push_back({std::move(record), std::move(key), hash});
+    Raise(kErrDuplicateKey,
+          std::string(StandardErrorText(kErrDuplicateKey)) + ": \"" + std::string(key) + "\"");
+  entries_.push_back({std::move(record), StoreKey(key), hash, static_cast<uint32_t>(key.size())});
   index_[slot] = Tag(hash) | entries_.size();
 }
 
@@ -73,6 +93,9 @@ void RecordTable::Remove(int32_t position) {
 void RecordTable::Clear() {
   entries_.clear();
   index_.clear();
+  keys_.clear();
+  key_free_ = nullptr;
+  key_room_ = 0;
 }
 
 }  // namespace kx
