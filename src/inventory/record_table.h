@@ -43,11 +43,13 @@ class RecordTable {
     std::string_view Key() const { return {key, key_size}; }
   };
 
-  size_t Slot(size_t hash) const { return hash & (index_.size() - 1); }
+  size_t Slot(size_t hash) const;
   // The index slot holding `key`, or the free slot where it would go.
   size_t Probe(std::string_view key, size_t hash) const;
   void Insert(uint32_t position_plus_one);
   void Rebuild(size_t capacity);
+  // Doubles the index.
+  void Grow();
   // A copy of `key` that stays put until Clear.
   const char* StoreKey(std::string_view key);
 
@@ -55,6 +57,7 @@ class RecordTable {
   // Upper half: the key's hash (high bits), so most probes never touch an entry; lower half:
   // entry position + 1. 0 marks a free slot.
   std::vector<uint64_t, LargePageAllocator<uint64_t>> index_;
+  int shift_ = 64;  // 64 - log2(index_.size())
   // Chunks of key bytes; a removed record's key stays until Clear.
   std::vector<std::unique_ptr<char[]>> keys_;
   char* key_free_ = nullptr;
