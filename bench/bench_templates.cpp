@@ -112,7 +112,7 @@ double TimedLoad(const std::string& path, benchmark::State& state) {
 }
 
 // Loads 10,000 and 20,000 templates in turn; "ratio" is the larger's time over the
-// smaller's (target: at most 2.2), each the best of the iterations in thread CPU time, so
+// smaller's (target: at most 2.1), each the best of the iterations in thread CPU time, so
 // that other work on a shared machine does not blur it.
 void BM_LoadScaling(benchmark::State& state) {
   const std::string& small = FileFor(10000);

@@ -2,8 +2,18 @@
 # Lists the expressions of a generated 100,000-expression conversion with
 # `kxexpr list --json` and extracts the same texts from the same file with jq, side by side;
 # prints the time ratio (target: at most 1.0). Then builds the inventory of 200,000 and of
-# 100,000 expressions and prints that ratio (target: at most 2.2), in wall and CPU time.
+# 100,000 expressions and prints that ratio (linear is 2.0; target: at most 2.1), in wall and
+# CPU time. Builds what it needs (preset bench).
+#   bench/inventory_vs_jq.sh
+# A shared machine blurs even the best of ten; instruction counts do not: run
+#   valgrind --tool=callgrind --toggle-collect='kx::ExpressionList::BuildCompleteConversionExpressionList()'
+#     build/bench/bench/bench_inventory --benchmark_filter='BM_BuildInventory/100000$' --benchmark_min_time=0.0001
+# and the same for 200000, and compare the "Collected" counts.
 set -euo pipefail
+if [ "${1:-}" = -h ] || [ "${1:-}" = --help ]; then
+  sed -n '2,11p' "$0" | cut -c3-
+  exit 0
+fi
 cd "$(dirname "$0")/.."
 cmake --preset bench >/dev/null
 cmake --build --preset bench -j 2 --target kxexpr bench_inventory >/dev/null
@@ -53,5 +63,5 @@ jq -r '[.benchmarks[] | select(.run_type == "iteration")] as $runs
   def r2: . * 100 | round / 100;
   best(100000; "real_time") as $a | best(200000; "real_time") as $b
   | best(100000; "cpu_time") as $c | best(200000; "cpu_time") as $d
-  | "build 100000: \($a | floor) ms, 200000: \($b | floor) ms, ratio \($b / $a | r2) (target <= 2.2); CPU time \($c | floor) ms, \($d | floor) ms, ratio \($d / $c | r2)"' \
+  | "build 100000: \($a | floor) ms, 200000: \($b | floor) ms, ratio \($b / $a | r2) (target <= 2.1); CPU time \($c | floor) ms, \($d | floor) ms, ratio \($d / $c | r2)"' \
   "$work/b.json"

@@ -37,6 +37,7 @@ struct ApplyOptions {
   bool dry_run = false;
   bool yes = false;
   bool check = false;
+  bool quiet = false;
   bool undo = false;
 };
 
@@ -280,9 +281,10 @@ void RunApply(const ApplyOptions& o, Context& context) {
       const ExpressionInfo& r = *b.list->Item(Variant(i));
       if (r.ReplacedExpression == r.ExpressionText) continue;
       ++changed;
+      if (o.quiet && !o.check) continue;
       const std::string label = std::to_string(r.ExpressionType) + " " + Visible(r.ExpressionKey) +
                                 " " + Visible(r.Description);
-      context.out << UnifiedDiff(label, r.ExpressionText, r.ReplacedExpression);
+      if (!o.quiet) context.out << UnifiedDiff(label, r.ExpressionText, r.ReplacedExpression);
       if (o.check) {
         checker.Check(r.ReplacedExpression);
         if (!checker.ErrorText().empty()) {
@@ -348,6 +350,7 @@ CommandRegistrar reg(32, [](CLI::App& app, Context& context) {
       ->allow_extra_args(false);
   cmd->add_flag("--dry-run", o->dry_run, "Only show the changes");
   cmd->add_flag("--yes", o->yes, "Write without asking");
+  cmd->add_flag("--quiet", o->quiet, "Show no diffs, only how many expressions changed");
   cmd->add_flag("--check", o->check,
                 "Check every result with the bundled checker; write nothing when one fails");
   cmd->add_flag("--undo", o->undo, "Restore CONVERSION as it was before the last apply");

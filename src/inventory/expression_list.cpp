@@ -29,8 +29,9 @@ bool ExpressionList::FindKey(const std::string& key, Record& record) {
 }
 
 void ExpressionList::Append(Record record) {
-  std::string key = record->ExpressionKey;
-  Items().Add(std::move(record), std::move(key));
+  // The table copies the key; the view stays valid while the record lives in it.
+  const std::string_view key = record->ExpressionKey;
+  Items().Add(std::move(record), key);
 }
 
 ExpressionList::Record ExpressionList::Add(Record& info) {

@@ -1,7 +1,9 @@
 #pragma once
 // The records of an ExpressionList: insertion order, 1-based positions, unique keys compared
 // exactly. Keys sit in one flat open-addressed index, so adding the many records of a large
-// conversion stays cheap and linear; removing a record rebuilds the index (rare).
+// conversion stays cheap and linear; removing a record rebuilds the index (rare). The keys'
+// own copies are packed into large shared chunks rather than one heap string each: a walk
+// adds hundreds of thousands of them, and each allocation and scattered line costs.
 
 #include <cstdint>
 #include <memory>
@@ -23,7 +25,7 @@ class RecordTable {
 
   // Appends under `key`; a key already present raises 457, naming the key in the
   // description after the standard text.
-  void Add(Record record, std::string key);
+  void Add(Record record, std::string_view key);
   // The record at a 1-based position; others raise 9.
   const Record& Item(int32_t position) const;
   // The record under `key`, or null.
@@ -35,20 +37,31 @@ class RecordTable {
  private:
   struct Entry {
     Record record;
-    std::string key;
+    const char* key;  // in keys_
     size_t hash;
+    uint32_t key_size;
+    std::string_view Key() const { return {key, key_size}; }
   };
 
-  size_t Slot(size_t hash) const { return hash & (index_.size() - 1); }
+  size_t Slot(size_t hash) const;
   // The index slot holding `key`, or the free slot where it would go.
   size_t Probe(std::string_view key, size_t hash) const;
   void Insert(uint32_t position_plus_one);
   void Rebuild(size_t capacity);
+  // Doubles the index.
+  void Grow();
+  // A copy of `key` that stays put until Clear.
+  const char* StoreKey(std::string_view key);
 
   std::vector<Entry, LargePageAllocator<Entry>> entries_;
   // Upper half: the key's hash (high bits), so most probes never touch an entry; lower half:
   // entry position + 1. 0 marks a free slot.
   std::vector<uint64_t, LargePageAllocator<uint64_t>> index_;
+  int shift_ = 64;  // 64 - log2(index_.size())
+  // Chunks of key bytes; a removed record's key stays until Clear.
+  std::vector<std::unique_ptr<char[]>> keys_;
+  char* key_free_ = nullptr;
+  size_t key_room_ = 0;
 };
 
 }  // namespace kx

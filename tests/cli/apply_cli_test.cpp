@@ -72,6 +72,12 @@ TEST_F(ApplyCliTest, AppliesShowsWritesAndUndoes) {
   ASSERT_EQ(undo.code, 0) << undo.err;
   EXPECT_EQ(ReadWholeFile(path_), original_);
   EXPECT_EQ(RunCli({"apply", "--undo", path_}).code, 1);  // one step only
+
+  Result quiet = RunCli(Args({"trimfield", "--type", "8", "--yes", "--quiet"}));
+  ASSERT_EQ(quiet.code, 0) << quiet.err;
+  EXPECT_EQ(quiet.out.find("@@"), std::string::npos) << "--quiet shows no diff";
+  EXPECT_NE(quiet.out.find(" changed\n"), std::string::npos);
+  EXPECT_NE(Fields(), before) << "and still writes";
 }
 
 TEST_F(ApplyCliTest, RefusesWithoutWriting) {

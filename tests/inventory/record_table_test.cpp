@@ -41,6 +41,16 @@ TEST(RecordTableTest, KeysStayFindableThroughGrowthAndRemoval) {
   EXPECT_EQ(table.Item(table.Count()), records[1]);
   EXPECT_EQ(ErrorOf([&] { table.Item(0); }), kErrSubscript);
   EXPECT_EQ(ErrorOf([&] { table.Remove(5001); }), kErrSubscript);
+  // Keys are copied into shared chunks: one longer than a chunk, and enough after it to fill
+  // several more, must all keep their own bytes.
+  const std::string long_key(200000, 'x');
+  table.Add(records[2], long_key);
+  for (int i = 5000; i < 40000; ++i) table.Add(records[3], "k" + std::to_string(i));
+  ASSERT_NE(table.Find(long_key), nullptr);
+  EXPECT_EQ(*table.Find(long_key), records[2]);
+  EXPECT_EQ(table.Find(long_key.substr(1)), nullptr);
+  for (int i : {0, 4999, 5000, 21000, 39999})
+    EXPECT_NE(table.Find("k" + std::to_string(i)), nullptr) << i;
   table.Clear();
   EXPECT_EQ(table.Find("k3"), nullptr);
   table.Add(records[0], "");
