@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "functions/tlb_browse.h"
 #include "functions/compose.h"
+#include "functions/tlb_browse.h"
 #include "runtime/error.h"
 #include "runtime/text.h"
 #include "ui/general_font.h"

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "inventory/expression_checker.h"
 #include "host/checker_parser.h"
+#include "inventory/expression_checker.h"
 
 namespace kx::host {
 

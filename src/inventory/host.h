@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "inventory/expression_checker.h"
 #include "inventory/dispatch.h"
+#include "inventory/expression_checker.h"
 
 namespace kx {
 

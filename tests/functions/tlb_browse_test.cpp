@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "functions/tlb_browse.h"
 #include "error_of.h"
+#include "functions/tlb_browse.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
 #include "ui/message_box.h"
