@@ -74,8 +74,8 @@ struct TemplateSink : ui::TemplateManagerEvents, ui::TemplateEditorEvents {
   void Form_Resize() override {}
   bool Form_QueryUnload(int) override { return false; }
   void Form_Unload() override {}
-  void ssdgridtemplates_RowColChange() override { heard.push_back("moved"); }
-  void ssdgridtemplates_DblClick() override { heard.push_back("double"); }
+  void ssdgridtemplates_RowColChange() override {}
+  void ssdgridtemplates_DblClick() override {}
   void ssdgridparams_Change(int32_t row, const std::string& text) override {
     heard.push_back("value " + std::to_string(row) + " " + text);
   }
@@ -83,7 +83,7 @@ struct TemplateSink : ui::TemplateManagerEvents, ui::TemplateEditorEvents {
   void cmdedit_Click() override {}
   void cmdremove_Click() override {}
   void cmdfile_Click() override {}
-  void cmdapply_Click() override { heard.push_back("apply"); }
+  void cmdapply_Click() override {}
   void cmdclose_Click() override {}
   void txtbody_Change() override { heard.push_back("body"); }
   void ssdgridparams_Change(int32_t row, int32_t column, const std::string& text) override {
@@ -168,21 +168,6 @@ void CheckTemplateViews(Win32DialogFactory& factory) {
   Check(sink.heard == std::vector<std::string>{"value 1 typed", "value 1 Use Default"} &&
             params.CellText(1, 2) == "Use Default",
         "typing and picking change the current row's value: " + Joined(sink.heard));
-  sink.heard.clear();
-  ui::Grid& templates = manager->ssdgridtemplates();
-  templates.SetColumns(2);
-  for (const char* name : {"First", "Second"}) templates.AddRow(name);
-  templates.SetCurrentRow(0);
-  manager->Form().Show(false);
-  HWND list = static_cast<Win32Grid&>(templates).Handle();
-  RECT row{};
-  row.left = LVIR_LABEL;
-  SendMessageW(list, LVM_GETITEMRECT, 1, reinterpret_cast<LPARAM>(&row));
-  Click(list, row);
-  SendMessageW(static_cast<Win32Button&>(manager->cmdapply()).Handle(), BM_CLICK, 0, 0);
-  Check(templates.CurrentRow() == 1 && sink.heard == std::vector<std::string>{"moved", "apply"},
-        "a click on a template, then Apply");
-  manager->Form().Unload();
   sink.heard.clear();
 
   auto editor = factory.NewTemplateEditorView();
