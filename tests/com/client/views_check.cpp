@@ -140,9 +140,13 @@ void TypeOver(HWND edit, const wchar_t* text) {
   SendMessageW(edit, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text));
 }
 
-// The user picks item `index` of a combo's list.
+// The user picks item `index` of a combo's list: as on Windows, the edit part still holds
+// the old text when CBN_SELCHANGE comes.
 void PickInCombo(HWND combo, int index) {
-  SendMessageW(combo, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+  COMBOBOXINFO info{};
+  info.cbSize = sizeof info;
+  GetComboBoxInfo(combo, &info);
+  SendMessageW(info.hwndList, LB_SETCURSEL, static_cast<WPARAM>(index), 0);
   SendMessageW(GetParent(combo), WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(combo), CBN_SELCHANGE),
                reinterpret_cast<LPARAM>(combo));
 }
