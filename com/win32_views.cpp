@@ -12,6 +12,7 @@
 #include "runtime/text.h"
 #include "win32_controls.h"
 #include "win32_editor.h"
+#include "win32_template_views.h"
 
 namespace kx::com::win32 {
 
@@ -667,13 +668,11 @@ std::unique_ptr<ui::InputBoxView> Win32DialogFactory::NewInputBoxView() {
   return std::make_unique<Win32InputBoxView>();
 }
 
-// The template dialogs have no Win32 views yet: the window's template command reports this
-// instead of opening them.
 std::unique_ptr<ui::TemplateManagerView> Win32DialogFactory::NewTemplateManagerView() {
-  Raise(kErrNotSupported, "The template manager is not available in this build");
+  return NewWin32TemplateManagerView();
 }
 std::unique_ptr<ui::TemplateEditorView> Win32DialogFactory::NewTemplateEditorView() {
-  Raise(kErrNotSupported, "The template editor is not available in this build");
+  return NewWin32TemplateEditorView();
 }
 
 std::optional<std::string> Win32FileDialog::ShowOpen(const ui::FileDialogRequest& request) {

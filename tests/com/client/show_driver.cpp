@@ -5,11 +5,16 @@
 // place of it, presses the BUTTONs named by caption (the operator pad's) and then OK or
 // Cancel. RESULT_FILE receives the editor's text as found, so
 // the script that called Show can check that Show started from its Expression.
+// A BUTTON may also be a step: "tool:TEXT" presses the toolbar button of that text,
+// "window:CAPTION" waits for that window to be up and usable and plays it from then on,
+// "down" moves the first list of the window one row down.
 //   show_driver watch STOP_FILE RESULT_FILE
 // answers the first message box that shows before STOP_FILE exists (at most a minute),
 // writing its text to RESULT_FILE: a script that expects none fails instead of waiting.
 
 #include <windows.h>
+
+#include <commctrl.h>
 
 #include <cstdio>
 #include <string>
@@ -75,6 +80,69 @@ bool AnswerMessageBox(const wchar_t* result_file) {
   return true;
 }
 
+// The command of the toolbar button whose text is `text`, 0 if none. The messages write
+// to memory of the toolbar's process, so the driver lends it a buffer there.
+int FindToolButton(HWND toolbar, const std::wstring& text) {
+  DWORD pid = 0;
+  GetWindowThreadProcessId(toolbar, &pid);
+  HANDLE process =
+      OpenProcess(PROCESS_VM_OPERATION | PROCESS_VM_READ | PROCESS_VM_WRITE, FALSE, pid);
+  if (!process) return 0;
+  auto* remote = static_cast<char*>(
+      VirtualAllocEx(process, nullptr, 4096, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE));
+  int found = 0;
+  const auto count = SendMessageW(toolbar, TB_BUTTONCOUNT, 0, 0);
+  for (LRESULT i = 0; remote && i < count && !found; ++i) {
+    TBBUTTON button{};
+    SIZE_T read = 0;
+    if (!SendMessageW(toolbar, TB_GETBUTTON, static_cast<WPARAM>(i),
+                      reinterpret_cast<LPARAM>(remote)) ||
+        !ReadProcessMemory(process, remote, &button, sizeof button, &read))
+      continue;
+    wchar_t* remote_text = reinterpret_cast<wchar_t*>(remote + 1024);
+    const auto length =
+        SendMessageW(toolbar, TB_GETBUTTONTEXTW, static_cast<WPARAM>(button.idCommand),
+                     reinterpret_cast<LPARAM>(remote_text));
+    if (length <= 0 || length >= 1000) continue;
+    std::wstring local(static_cast<size_t>(length) + 1, L'\0');
+    ReadProcessMemory(process, remote_text, local.data(), local.size() * sizeof(wchar_t), &read);
+    local.resize(static_cast<size_t>(length));
+    if (local == text) found = button.idCommand;
+  }
+  if (remote) VirtualFreeEx(process, remote, 0, MEM_RELEASE);
+  CloseHandle(process);
+  return found;
+}
+
+// Waits for a visible, enabled window titled `caption`: one under a modal dialog is not.
+HWND WaitForWindow(const std::wstring& caption) {
+  for (int i = 0; i < 300; ++i) {
+    HWND form = FindWindowW(nullptr, caption.c_str());
+    if (form && IsWindowVisible(form) && IsWindowEnabled(form)) return form;
+    Sleep(100);
+  }
+  return nullptr;
+}
+
+// A step that cannot be played: the reason goes to the result, and the windows are closed
+// so that the Show waiting on them returns.
+int Fail(const wchar_t* result_file, const std::wstring& reason, HWND first, HWND current) {
+  std::fprintf(stderr, "%ls\n", reason.c_str());
+  HANDLE file = CreateFileW(result_file, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file != INVALID_HANDLE_VALUE) {
+    std::string bytes;
+    for (wchar_t c : reason) bytes.push_back(c < 128 ? static_cast<char>(c) : '?');
+    DWORD written = 0;
+    WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    CloseHandle(file);
+  }
+  if (current && current != first) PostMessageW(current, WM_CLOSE, 0, 0);
+  Sleep(300);
+  PostMessageW(first, WM_CLOSE, 0, 0);
+  return 1;
+}
+
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
@@ -125,14 +193,40 @@ int wmain(int argc, wchar_t** argv) {
   // Typed over everything the editor holds, as a user who selects all and types would.
   SendMessageW(editor, EM_SETSEL, 0, -1);
   SendMessageW(editor, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(argv[3]));
+  const HWND first = form;
   for (int i = 5; i < argc; ++i) {
-    HWND pad = FindChild(form, L"Button", argv[i]);
-    if (!pad) {
-      std::fprintf(stderr, "no button %ls\n", argv[i]);
-      return 1;
+    const std::wstring step = argv[i];
+    if (step.rfind(L"tool:", 0) == 0) {
+      HWND toolbar = FindChild(form, TOOLBARCLASSNAMEW, nullptr);
+      const int id = toolbar ? FindToolButton(toolbar, step.substr(5)) : 0;
+      if (!id) return Fail(argv[4], L"no toolbar button " + step.substr(5), first, form);
+      // Posted: the command may open a modal window, which a sent message would wait for.
+      PostMessageW(GetParent(toolbar), WM_COMMAND, MAKEWPARAM(id, BN_CLICKED),
+                   reinterpret_cast<LPARAM>(toolbar));
+      continue;
     }
+    if (step.rfind(L"window:", 0) == 0) {
+      HWND next = WaitForWindow(step.substr(7));
+      if (!next) return Fail(argv[4], L"no usable window titled " + step.substr(7), first, form);
+      form = next;
+      Sleep(300);
+      if (AnswerMessageBox(argv[4])) return 1;
+      button = FindChild(form, L"Button", ok ? L"OK" : L"Cancel");
+      continue;
+    }
+    if (step == L"down") {
+      HWND list = FindChild(form, L"SysListView32", nullptr);
+      if (!list) return Fail(argv[4], L"the window has no list", first, form);
+      PostMessageW(list, WM_KEYDOWN, VK_DOWN, 0);
+      PostMessageW(list, WM_KEYUP, VK_DOWN, 0xC0000000);
+      Sleep(300);
+      continue;
+    }
+    HWND pad = FindChild(form, L"Button", argv[i]);
+    if (!pad) return Fail(argv[4], L"no button " + step, first, form);
     SendMessageW(pad, BM_CLICK, 0, 0);
   }
+  if (!button) return Fail(argv[4], L"the last window has no OK or Cancel button", first, form);
   SendMessageW(button, BM_CLICK, 0, 0);
   Sleep(300);
   return AnswerMessageBox(argv[4]) ? 1 : 0;

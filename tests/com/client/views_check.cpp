@@ -1,6 +1,7 @@
 // The Win32 views against the contracts the presenters rely on: positions in text with CR LF
 // line breaks, undo, bookmarks, files; tree keys and order; grid rows; toolbar positions;
-// menus that hide; the window's modal loop and unload. Runs on a display; prints DONE.
+// menus that hide; the window's modal loop and unload; the template dialogs' cell boxes. Runs on a
+// display; prints DONE.
 
 #include <windows.h>
 
@@ -66,6 +67,32 @@ struct Sink : ui::ExprBldEvents {
   void KXEditor1_MouseDown() override {}
 };
 
+// The template dialogs' events, as "what row text".
+struct TemplateSink : ui::TemplateManagerEvents, ui::TemplateEditorEvents {
+  std::vector<std::string> heard;
+  void Form_Activate() override {}
+  void Form_Resize() override {}
+  bool Form_QueryUnload(int) override { return false; }
+  void Form_Unload() override {}
+  void ssdgridtemplates_RowColChange() override {}
+  void ssdgridtemplates_DblClick() override {}
+  void ssdgridparams_Change(int32_t row, const std::string& text) override {
+    heard.push_back("value " + std::to_string(row) + " " + text);
+  }
+  void cmdadd_Click() override {}
+  void cmdedit_Click() override {}
+  void cmdremove_Click() override {}
+  void cmdfile_Click() override {}
+  void cmdapply_Click() override {}
+  void cmdclose_Click() override {}
+  void txtbody_Change() override { heard.push_back("body"); }
+  void ssdgridparams_Change(int32_t row, int32_t column, const std::string& text) override {
+    heard.push_back("cell " + std::to_string(row) + "," + std::to_string(column) + " " + text);
+  }
+  void cmdok_Click() override {}
+  void cmdcancel_Click() override {}
+};
+
 ui::Window* modal_window = nullptr;
 
 // Plays the user of the Replace dialog: "b" by "XY", Replace All, then closes it.
@@ -94,6 +121,85 @@ void Click(HWND window, const RECT& r) {
 void CALLBACK HideModal(HWND, UINT, UINT_PTR id, DWORD) {
   KillTimer(nullptr, id);
   modal_window->Hide();
+}
+
+std::string Joined(const std::vector<std::string>& items) {
+  std::string joined;
+  for (const std::string& item : items) joined += item + ";";
+  return joined;
+}
+
+HWND ChildAt(ui::Window& form, int x, int y) {
+  return ChildWindowFromPointEx(static_cast<Win32Window&>(form).Handle(), POINT{x, y}, CWP_ALL);
+}
+
+// The user selects all of an edit box (or a combo's edit part) and types `text`.
+void TypeOver(HWND edit, const wchar_t* text) {
+  if (HWND inner = FindWindowExW(edit, nullptr, L"Edit", nullptr)) edit = inner;
+  SendMessageW(edit, EM_SETSEL, 0, -1);
+  SendMessageW(edit, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text));
+}
+
+// The user picks item `index` of a combo's list: as on Windows, the edit part still holds
+// the old text when CBN_SELCHANGE comes.
+void PickInCombo(HWND combo, int index) {
+  COMBOBOXINFO info{};
+  info.cbSize = sizeof info;
+  GetComboBoxInfo(combo, &info);
+  SendMessageW(info.hwndList, LB_SETCURSEL, static_cast<WPARAM>(index), 0);
+  SendMessageW(GetParent(combo), WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(combo), CBN_SELCHANGE),
+               reinterpret_cast<LPARAM>(combo));
+}
+
+// The parameter lists cannot be edited in place: the current row's cells are edited in the
+// boxes below them, which follow the current row and report only the user's changes.
+void CheckTemplateViews(Win32DialogFactory& factory) {
+  TemplateSink sink;
+  auto manager = factory.NewTemplateManagerView();
+  manager->SetEvents(&sink);
+  ui::Grid& params = manager->ssdgridparams();
+  params.SetColumns(3);
+  for (const char* name : {"A", "B"}) params.AddRow(name);
+  params.SetCellText(1, 2, "old");
+  manager->SetValueChoices({"Current Contents", "Use Default"});
+  HWND value = ChildAt(manager->Form(), 20, 420);
+  Check(!IsWindowEnabled(value), "no current parameter: the value box is disabled");
+  params.SetCurrentRow(1);
+  Check(WindowText(value) == "old" && IsWindowEnabled(value) && sink.heard.empty(),
+        "the value box shows the current row's value: " + WindowText(value));
+  TypeOver(value, L"typed");
+  PickInCombo(value, 1);
+  Check(sink.heard == std::vector<std::string>{"value 1 typed", "value 1 Use Default"} &&
+            params.CellText(1, 2) == "Use Default",
+        "typing and picking change the current row's value: " + Joined(sink.heard));
+  sink.heard.clear();
+
+  auto editor = factory.NewTemplateEditorView();
+  editor->SetEvents(&sink);
+  editor->txtbody().SetText("Left(<<N>>,\r\n2)");
+  Check(editor->txtbody().Text() == "Left(<<N>>,\r\n2)" && sink.heard.empty(),
+        "the body keeps CR LF, and the program's text is no change");
+  SendMessageW(static_cast<Win32Control<ui::TextBox>&>(editor->txtbody()).Handle(), EM_REPLACESEL,
+               TRUE, reinterpret_cast<LPARAM>(L"x"));
+  Check(sink.heard == std::vector<std::string>{"body"}, "typing in the body is a change");
+  sink.heard.clear();
+  ui::Grid& cells = editor->ssdgridparams();
+  cells.SetColumns(3);
+  cells.AddRow("N");
+  cells.SetCellText(0, 1, "count");
+  editor->SetValueChoices({"^?"});
+  cells.SetCurrentRow(0);
+  HWND description = ChildAt(editor->Form(), 20, 420);
+  HWND default_value = ChildAt(editor->Form(), 330, 420);
+  Check(WindowText(description) == "count", "the description box follows the current row");
+  TypeOver(description, L"how many");
+  TypeOver(default_value, L"3");
+  PickInCombo(default_value, 0);
+  Check(sink.heard == std::vector<std::string>{"cell 0,1 how many", "cell 0,2 3", "cell 0,2 ^?"} &&
+            cells.CellText(0, 1) == "how many" && cells.CellText(0, 2) == "^?",
+        "description and default edited below the list: " + Joined(sink.heard));
+  editor->SetEvents(nullptr);
+  manager->SetEvents(nullptr);
 }
 
 void CheckEditor(ui::EditorControl& ed, const std::filesystem::path& folder) {
@@ -307,6 +413,8 @@ int wmain(int argc, wchar_t** argv) {
   auto input = factory.NewInputBoxView();
   input->txtinput().SetText("abc");
   Check(input->txtinput().Text() == "abc", "input box");
+
+  CheckTemplateViews(factory);
 
   if (failures == 0) std::printf("DONE\n");
   return failures == 0 ? 0 : 1;

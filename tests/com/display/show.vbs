@@ -44,6 +44,8 @@ shell.RegWrite kHostLibrary, folder & "\kx750ui_fn.dll"
 Dim b : Set b = CreateObject("KXExpressionBuilder75.ExpressionBuilder")
 Call Check(LCase(b.KXTypeLibPath) = LCase(folder & "\kx750ui_fn.dll"), "KXTypeLibPath from the registry: " & b.KXTypeLibPath)
 b.FormTitle = "Show test"
+' The template command stays only when the window first shows with it allowed.
+b.AllowTemplates = True
 b.Expression = "Trim(a)"
 b.KXExpressionBuilder_BuildTree
 
@@ -61,6 +63,26 @@ Call Check(b.Expression = "UCase(b) + 1", "Cancel leaves Expression as it was")
 ' The operator pad inserts at the caret, after what was typed.
 found = Play(b, "ok", "a", "And Not")
 Call Check(b.Expression = "a And  Not ", "operators from the pad: [" & b.Expression & "]")
+
+' ---- the template manager from the toolbar: the second template is picked and applied
+' to what was typed, and OK hands the result back.
+Dim tpl : Set tpl = CreateObject("KXExpressionBuilder75.ExprTemplates")
+tpl.filename = folder & "\show.tpl"
+Dim body, made
+For Each body In Array("Len(<<X>>)", "Trim(<<X>>)")
+  Set made = CreateObject("KXExpressionBuilder75.ExprTemplate")
+  made.Name = Left(body, InStr(body, "(") - 1) : made.Body = body
+  made.ExtractandAddParams
+  made.ParameterbyIndex(1).DefaultValue = "^c"
+  tpl.Add made
+Next
+tpl.WriteToFile
+b.TemplateFile = folder & "\show.tpl"
+found = Play(b, "ok", "UCase(b)", "tool:Template ""window:Expression Templates"" down Apply ""window:Show test""")
+WScript.Echo "after a template: " & b.Expression
+Call Check(found = "a And  Not ", "the window opened on Expression: " & found)
+Call Check(b.Expression = "Trim(UCase(b))", "the picked template wraps the typed text: " & b.Expression)
+Call Check(b.TemplateName = "Trim", "the applied template is remembered: " & b.TemplateName)
 
 ' Modeless: Show returns at once, with the window up and Expression untouched.
 b.Expression = "x"
