@@ -112,6 +112,35 @@ class Win32TextBox : public Win32Control<ui::TextBox> {
   std::string Text() const override { return WindowText(window_); }
 };
 
+// A one-line box whose user edits are reported; text the program sets is not.
+class Win32ReportingTextBox : public Win32TextBox, public Notified {
+ public:
+  Win32ReportingTextBox(std::string name, HWND parent,
+                        std::function<void(const std::string&)> changed)
+      : Win32TextBox(std::move(name), parent), changed_(std::move(changed)) {
+    Attach(window_, this);
+  }
+  void Show(const std::string& text) {
+    if (text == Text()) return;
+    writing_ = true;
+    SetText(text);
+    writing_ = false;
+  }
+  bool Notify(UINT message, WPARAM wparam, LPARAM, LRESULT& result) override {
+    if (message != WM_COMMAND || HIWORD(wparam) != EN_CHANGE) return false;
+    if (!writing_) {
+      std::string text = Text();
+      Fire([&] { changed_(text); });
+    }
+    result = 0;
+    return true;
+  }
+
+ private:
+  std::function<void(const std::string&)> changed_;
+  bool writing_ = false;
+};
+
 class Win32Button : public Win32Control<ui::Button>, public Notified {
  public:
   Win32Button(std::string name, HWND parent, std::function<void()> on_click);

@@ -102,34 +102,6 @@ class CellCombo : public Win32Combo {
   bool writing_ = false;
 };
 
-// A one-line box for a cell, as CellCombo but without choices.
-class CellEdit : public Win32TextBox, public Notified {
- public:
-  CellEdit(std::string name, HWND parent, std::function<void(const std::string&)> changed)
-      : Win32TextBox(std::move(name), parent), changed_(std::move(changed)) {
-    Attach(window_, this);
-  }
-  void Show(const std::string& text) {
-    if (text == Text()) return;
-    writing_ = true;
-    SetText(text);
-    writing_ = false;
-  }
-  bool Notify(UINT message, WPARAM wparam, LPARAM, LRESULT& result) override {
-    if (message != WM_COMMAND || HIWORD(wparam) != EN_CHANGE) return false;
-    if (!writing_) {
-      std::string text = Text();
-      Fire([&] { changed_(text); });
-    }
-    result = 0;
-    return true;
-  }
-
- private:
-  std::function<void(const std::string&)> changed_;
-  bool writing_ = false;
-};
-
 // Writes the user's cell text into the current row, then tells the presenter.
 void EditCurrent(Win32Grid& grid, int32_t column, const std::string& text,
                  const std::function<void(int32_t)>& report) {
@@ -280,8 +252,8 @@ class Win32TemplateEditorView : public ui::TemplateEditorView {
     params_ = std::make_unique<Win32Grid>(
         "ssdgridparams", dialog,
         Win32Grid::Events{nullptr, nullptr, nullptr, nullptr, nullptr, [this] { ShowCells(); }});
-    description_ = std::make_unique<CellEdit>("txtParamDescription", dialog,
-                                              [this](const std::string& text) { Edit(1, text); });
+    description_ = std::make_unique<Win32ReportingTextBox>(
+        "txtParamDescription", dialog, [this](const std::string& text) { Edit(1, text); });
     default_ = std::make_unique<CellCombo>("cboDefault", dialog,
                                            [this](const std::string& text) { Edit(2, text); });
     cmdok_ = std::make_unique<Win32Button>("cmdok", dialog, [this] {
@@ -353,7 +325,7 @@ class Win32TemplateEditorView : public ui::TemplateEditorView {
   std::unique_ptr<TextArea> txtdescription_;
   std::unique_ptr<TextArea> txtbody_;
   std::unique_ptr<Win32Grid> params_;
-  std::unique_ptr<CellEdit> description_;
+  std::unique_ptr<Win32ReportingTextBox> description_;
   std::unique_ptr<CellCombo> default_;
   std::unique_ptr<Win32Button> cmdok_;
   std::unique_ptr<Win32Button> cmdcancel_;

@@ -375,33 +375,6 @@ void Place(HWND window, int x, int y, int width, int height) {
   MoveWindow(window, x, y, width, height, FALSE);
 }
 
-// An edit box that edits the current argument's value: the two-column list cannot.
-class ValueEdit : public Win32TextBox, public Notified {
- public:
-  ValueEdit(HWND parent, std::function<void(const std::string&)> changed)
-      : Win32TextBox("txtValue", parent), changed_(std::move(changed)) {
-    Attach(window_, this);
-  }
-  void Show(const std::string& text) {
-    writing_ = true;
-    SetText(text);
-    writing_ = false;
-  }
-  bool Notify(UINT message, WPARAM wparam, LPARAM, LRESULT& result) override {
-    if (message != WM_COMMAND || HIWORD(wparam) != EN_CHANGE) return false;
-    if (!writing_) {
-      std::string text = Text();
-      Fire([&] { changed_(text); });
-    }
-    result = 0;
-    return true;
-  }
-
- private:
-  std::function<void(const std::string&)> changed_;
-  bool writing_ = false;
-};
-
 class Win32FunctionView : public ui::FunctionView {
  public:
   Win32FunctionView() {
@@ -423,12 +396,15 @@ class Win32FunctionView : public ui::FunctionView {
                                                           },
                                                           [this] { ShowValue(); }});
     grid_->SetColumns(2);
-    value_ = std::make_unique<ValueEdit>(dialog, [this](const std::string& text) {
-      const int32_t row = grid_->CurrentRow();
-      if (row < 0) return;
-      grid_->SetCellText(row, 1, text);
-      if (events_) events_->ssdgridargs_Change(text);
-    });
+    // The current argument's value is edited below the list: the list view cannot edit cells.
+    value_ = std::make_unique<Win32ReportingTextBox>("txtValue", dialog,
+                                                     [this](const std::string& text) {
+                                                       const int32_t row = grid_->CurrentRow();
+                                                       if (row < 0) return;
+                                                       grid_->SetCellText(row, 1, text);
+                                                       if (events_)
+                                                         events_->ssdgridargs_Change(text);
+                                                     });
     txtParameters_ = std::make_unique<Win32TextBox>("txtParameters", dialog, true);
     auto button = [&](const char* name, const char* caption,
                       void (ui::FunctionEvents::*handler)()) {
@@ -503,7 +479,7 @@ class Win32FunctionView : public ui::FunctionView {
   std::unique_ptr<Win32Label> lblfuncname_;
   std::unique_ptr<Win32Label> lbldescription_;
   std::unique_ptr<Win32Grid> grid_;
-  std::unique_ptr<ValueEdit> value_;
+  std::unique_ptr<Win32ReportingTextBox> value_;
   std::unique_ptr<Win32TextBox> txtParameters_;
   std::unique_ptr<Win32Button> cmdok_;
   std::unique_ptr<Win32Button> cmdcancel_;
