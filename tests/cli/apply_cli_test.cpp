@@ -2,31 +2,25 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 #include "host/conversion_document.h"
 #include "run_cli.h"
-#include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
 
 namespace fs = std::filesystem;
 
-class ApplyCliTest : public ::testing::Test {
+class ApplyCliTest : public ScratchTest {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("kx_apply_cli_" + std::to_string(::getpid()));
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-    fs::copy(fs::path(KX_SOURCE_DIR) / "data" / "sample-conversion.json", dir_ / "c.json");
-    fs::copy(fs::path(KX_SOURCE_DIR) / "data" / "modules", dir_ / "modules");
-    path_ = (dir_ / "c.json").string();
+    ScratchTest::SetUp();
+    CopySample();
     original_ = ReadWholeFile(path_);
   }
   void TearDown() override {
     ::unsetenv("KXEXPR_INTERACTIVE");
-    fs::remove_all(dir_);
+    ScratchTest::TearDown();
   }
   std::vector<std::string> Args(std::vector<std::string> extra) {
     std::vector<std::string> args = {"apply", path_, tpl_};
@@ -41,15 +35,14 @@ class ApplyCliTest : public ::testing::Test {
     return out;
   }
 
-  fs::path dir_;
-  std::string path_, original_;
-  std::string tpl_ = std::string(KX_SOURCE_DIR) + "/data/sample.tpl";
+  std::string original_;
+  std::string tpl_ = kTemplates;
 };
 
 TEST_F(ApplyCliTest, AppliesShowsWritesAndUndoes) {
   const std::vector<std::string> before = Fields();
   // Current contents into every field of the first target layout.
-  Result r = RunCli(Args({"trimfield", "--type", "8", "--key", "trl0\xE2\x90\x9B*", "--yes"}));
+  Result r = RunCli(Args({"trimfield", "--type", "8", "--key", Shown("trl0|*"), "--yes"}));
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_NE(r.out.find("-Records(\"OrderLine\").Fields(\"OrderNo\")\n"
                        "+Trim(Records(\"OrderLine\").Fields(\"OrderNo\"))\n"),
@@ -107,7 +100,7 @@ TEST_F(ApplyCliTest, RefusesWithoutWriting) {
 
 TEST_F(ApplyCliTest, PromptsOnTheTerminalAndTakesSetValues) {
   ::setenv("KXEXPR_INTERACTIVE", "1", 1);
-  const std::vector<std::string> select = {"--type", "8", "--key", "trl0\xE2\x90\x9B*"};
+  const std::vector<std::string> select = {"--type", "8", "--key", Shown("trl0|*")};
   std::vector<std::string> args = Args({"DateFromParts", "--set", "Year=2024"});
   args.insert(args.end(), select.begin(), select.end());
   // Month once for all; Day per expression, the first by picking field 1; then confirm.

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "run_cli.h"
 
 namespace kx::cli {

@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
-#include <unistd.h>
 #include <cstdlib>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "run_cli.h"
-#include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
@@ -21,22 +18,7 @@ Result RunCheck(const std::vector<std::string>& args, const std::string& input =
   return RunCli(all, input);
 }
 
-class CheckCli : public ::testing::Test {
- protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("kx_check_cli_" + std::to_string(::getpid()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(dir_);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-  std::string Write(const std::string& name, const std::string& text) {
-    auto path = dir_ / name;
-    WriteWholeFile(path, text);
-    return path.string();
-  }
-  std::filesystem::path dir_;
-};
+class CheckCli : public ScratchTest {};
 
 TEST_F(CheckCli, PrintsOneCompilerStyleLinePerErrorAndFailsOnAny) {
   std::string bad = Write("bad.txt", "If a\r\n  x = 1\r\nEnd If\r\ny = (2\r\n");
@@ -62,8 +44,7 @@ TEST_F(CheckCli, PrintsOneCompilerStyleLinePerErrorAndFailsOnAny) {
 
 TEST_F(CheckCli, SampleModulesPass) {
   std::vector<std::string> modules;
-  for (const auto& entry :
-       std::filesystem::directory_iterator(std::string(KX_SOURCE_DIR) + "/data/modules"))
+  for (const auto& entry : std::filesystem::directory_iterator(kData / "modules"))
     modules.push_back(entry.path().string());
   ASSERT_GE(modules.size(), 2u);
   Result r = RunCheck(modules);

@@ -1,23 +1,18 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
 #include <cstdlib>
-#include <filesystem>
 
 #include "host/conversion_document.h"
 #include "run_cli.h"
-#include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kSample = std::string(KX_SOURCE_DIR) + "/data/sample-conversion.json";
-
 // Runs `kxexpr edit --headless` with `script` on standard input.
 Result Edit(std::vector<std::string> args, const std::string& script) {
-  ::setenv("KXEXPR_REGISTRY", (std::string(KX_SOURCE_DIR) + "/data/kxexpr.reg").c_str(), 1);
+  ::setenv("KXEXPR_REGISTRY", (kData / "kxexpr.reg").c_str(), 1);
   std::vector<std::string> all = {"edit", "--headless", "--script", "-"};
   all.insert(all.end(), args.begin(), args.end());
   return RunCli(all, script);
@@ -119,16 +114,12 @@ TEST(EditCli, OptionsReachTheWindowAndDumpShowsIt) {
   EXPECT_NE(desktop.err.find("--headless"), std::string::npos);
 }
 
-TEST(EditCli, OkWritesTheExpressionBackIntoTheConversion) {
-  fs::path dir = fs::temp_directory_path() / ("kx_edit_cli_" + std::to_string(::getpid()));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  fs::copy(kSample, dir / "c.json");
-  const std::string path = (dir / "c.json").string();
-  const std::string key =
-      "ce0\xE2\x90\x9B"
-      "a1\xE2\x90\x9B"
-      "p1";
+class EditFilesTest : public ScratchTest {};
+
+TEST_F(EditFilesTest, OkWritesTheExpressionBackIntoTheConversion) {
+  CopySample();
+  const std::string path = path_;
+  const std::string key = Shown("ce0|a1|p1");
 
   Result cancel = Edit({path, "0", key}, "type 1\npress cmdcancel\n");
   EXPECT_EQ(cancel.code, 1);
@@ -141,14 +132,10 @@ TEST(EditCli, OkWritesTheExpressionBackIntoTheConversion) {
   Result missing = Edit({path, "0", "nokey"}, "press cmdok\n");
   EXPECT_NE(missing.code, 0);
   EXPECT_NE(missing.err.find("nokey"), std::string::npos);
-  fs::remove_all(dir);
 }
 
-TEST(EditCli, TheTemplateDialogsArePlayedStepByStep) {
-  fs::path dir = fs::temp_directory_path() / ("kx_edit_tpl_" + std::to_string(::getpid()));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  const std::string file = (dir / "t.tpl").string();
+TEST_F(EditFilesTest, TheTemplateDialogsArePlayedStepByStep) {
+  const std::string file = (dir_ / "t.tpl").string();
   const std::vector<std::string> args = {"--expression", "a + b", "--allow-templates",
                                          "--templates", file};
   Result r = Edit(args,
@@ -177,7 +164,6 @@ TEST(EditCli, TheTemplateDialogsArePlayedStepByStep) {
     EXPECT_EQ(failed.code, 3) << f.script;
     EXPECT_EQ(failed.err.rfind(f.err, 0), 0u) << failed.err;
   }
-  fs::remove_all(dir);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
@@ -18,18 +17,11 @@
 
 #include "host/conversion_document.h"
 #include "run_cli.h"
-#include "runtime/files.h"
-#include "runtime/text.h"
 
 namespace kx::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-const fs::path kData = fs::path(KX_SOURCE_DIR) / "data";
-const std::string kSample = (kData / "sample-conversion.json").string();
-const std::string kTemplates = (kData / "sample.tpl").string();
-const std::string kLibrary = (kData / "kx750ui_fn.dll").string();
 
 // Runs the kxexpr binary with standard output on `out_fd` (standard error to a file);
 // returns the wait status.
@@ -59,22 +51,12 @@ int Wait(const Spawned& s) {
   return status;
 }
 
-class FilesCliTest : public testing::Test {
+class FilesCliTest : public ScratchTest {
  protected:
   void SetUp() override {
-    dir_ =
-        fs::temp_directory_path() / ("kx_files_cli_" + std::to_string(::getpid()) + "_" +
-                                     testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-    fs::copy(kSample, dir_ / "c.json");
-    fs::copy(kData / "modules", dir_ / "modules");
-    path_ = (dir_ / "c.json").string();
+    ScratchTest::SetUp();
+    CopySample();
   }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  fs::path dir_;
-  std::string path_;
 };
 
 // ---- Saving -------------------------------------------------------------------------------
@@ -147,43 +129,24 @@ TEST_F(FilesCliTest, ASecondSetWaitsForTheFirstAndNeitherEditIsLost) {
 }
 
 TEST_F(FilesCliTest, ManySetsAtOnceKeepEveryEdit) {
-  // Target fields 0-4 of layout 0 and 0-1 of layout 1, each set by its own process.
-  const std::vector<std::pair<std::string, std::string>> edits = {
-      {"trl0\x1b"
-       "f0",
-       "\"e0\""},
-      {"trl0\x1b"
-       "f1",
-       "\"e1\""},
-      {"trl0\x1b"
-       "f2",
-       "\"e2\""},
-      {"trl0\x1b"
-       "f4",
-       "\"e4\""},
-      {"trl1\x1b"
-       "f0",
-       "\"e5\""},
-      {"trl1\x1b"
-       "f1",
-       "\"e6\""},
-  };
+  // Fields 0-2 and 4 of target layout 0 and 0-1 of layout 1, each set by its own process.
+  const std::vector<std::pair<int, int>> fields = {{0, 0}, {0, 1}, {0, 2}, {0, 4}, {1, 0}, {1, 1}};
   std::vector<Spawned> children;
-  for (size_t i = 0; i < edits.size(); ++i)
-    children.push_back(Spawn({"set", path_, "8", edits[i].first, edits[i].second},
+  for (size_t i = 0; i < fields.size(); ++i) {
+    const auto [layout, field] = fields[i];
+    const std::string key = "trl" + std::to_string(layout) + "|f" + std::to_string(field);
+    children.push_back(Spawn({"set", path_, "8", Key(key), "\"e" + std::to_string(i) + "\""},
                              dir_ / ("err" + std::to_string(i))));
+  }
   for (const Spawned& c : children) {
     const int status = Wait(c);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << ReadWholeFile(c.err_file);
   }
   auto doc = host::ConversionDocument::Load(path_);
   const auto& layouts = doc->Model().target->layouts;
-  EXPECT_EQ(layouts[0].fields[0].expression, "\"e0\"");
-  EXPECT_EQ(layouts[0].fields[1].expression, "\"e1\"");
-  EXPECT_EQ(layouts[0].fields[2].expression, "\"e2\"");
-  EXPECT_EQ(layouts[0].fields[4].expression, "\"e4\"");
-  EXPECT_EQ(layouts[1].fields[0].expression, "\"e5\"");
-  EXPECT_EQ(layouts[1].fields[1].expression, "\"e6\"");
+  for (size_t i = 0; i < fields.size(); ++i)
+    EXPECT_EQ(layouts[fields[i].first].fields[fields[i].second].expression,
+              "\"e" + std::to_string(i) + "\"");
   // No temporary or lock file stays beside the document.
   for (const auto& e : fs::directory_iterator(dir_))
     EXPECT_NE(e.path().filename().string().front(), '.') << e.path();

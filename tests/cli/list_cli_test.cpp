@@ -1,30 +1,20 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "inventory_view.h"
 #include "run_cli.h"
-#include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kSample = (fs::path(KX_SOURCE_DIR) / "data" / "sample-conversion.json").string();
-
 TEST(ListCliTest, DefaultListingShowsEveryExpressionWithVisibleKeys) {
   Result r = RunCli({"list", kSample});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.out.find('\x1b'), std::string::npos) << "never a raw escape on a terminal";
-  EXPECT_NE(r.out.find("ce0\xE2\x90\x9B"
-                       "a0\xE2\x90\x9B"
-                       "p0"),
-            std::string::npos);
+  EXPECT_NE(r.out.find(Shown("ce0|a0|p0")), std::string::npos);
   EXPECT_NE(r.out.find("Target Record (Orders), Event1: BeforeInsert, Action1: Skip Record, "
                        "Parameter1: &7"),
             std::string::npos);
@@ -33,9 +23,7 @@ TEST(ListCliTest, DefaultListingShowsEveryExpressionWithVisibleKeys) {
   EXPECT_NE(r.out.find("Target Filter(0)"), std::string::npos);
   EXPECT_NE(r.out.find("End Function"), std::string::npos) << "code modules in full";
   // Record layout 1 of the target ("Rejects") too, although the component walks layout 0.
-  EXPECT_NE(r.out.find("trl1\xE2\x90\x9B"
-                       "f1"),
-            std::string::npos);
+  EXPECT_NE(r.out.find(Shown("trl1|f1")), std::string::npos);
   EXPECT_NE(r.out.find("Target Record (Rejects) Field (Reason)"), std::string::npos);
   EXPECT_NE(r.out.find("\n29 expressions\n"), std::string::npos);
   EXPECT_EQ(r.err, "");
@@ -56,9 +44,7 @@ TEST(ListCliTest, JsonListsTheSameRecordsWithEscapedKeys) {
   EXPECT_EQ(types.front(), 0);
   EXPECT_EQ(types.back(), 10);
   const auto& field = records[21];
-  EXPECT_EQ(field["ExpressionKey"],
-            "trl0\x1b"
-            "f4");
+  EXPECT_EQ(field["ExpressionKey"], Key("trl0|f4"));
   EXPECT_EQ(field["ExpressionName"], "Amount");
   EXPECT_EQ(field["OrdinalPosition"], 4);
   EXPECT_EQ(field["ExpressionText"].get<std::string>().substr(0, 8), "If Recor");
@@ -81,37 +67,32 @@ TEST(ListCliTest, ANamedCompositeStopsAtTheDuplicateKeyAfterListing) {
   EXPECT_NE(one.out.find("\n2 expressions\n"), std::string::npos);
 }
 
-TEST(ListCliTest, BadArgumentsAndBadDocuments) {
+class ListFilesTest : public ScratchTest {};
+
+TEST_F(ListFilesTest, BadArgumentsAndBadDocuments) {
   Result unknown = RunCli({"list", "--walk", "nope", kSample});
   EXPECT_EQ(unknown.code, 2);
   EXPECT_NE(unknown.err.find("sort-fields"), std::string::npos);
   Result flag = RunCli({"list", "--walk", "sort-fields", "--all-parameters", kSample});
   EXPECT_EQ(flag.code, 2);
 
-  auto dir = fs::temp_directory_path() / "kx_list_cli";
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  WriteWholeFile(dir / "bad.json", "{\n  \"source\": {\"filters\": [true]}\n}\n");
-  Result bad = RunCli({"list", (dir / "bad.json").string()});
+  Result bad = RunCli({"list", Write("bad.json", "{\n  \"source\": {\"filters\": [true]}\n}\n")});
   EXPECT_EQ(bad.code, 1);
   EXPECT_NE(bad.err.find("bad.json:2:26: source.filters[0]: expected a text"), std::string::npos)
       << bad.err;
-  Result missing = RunCli({"list", (dir / "none.json").string()});
+  Result missing = RunCli({"list", (dir_ / "none.json").string()});
   EXPECT_EQ(missing.code, 1);
   EXPECT_NE(missing.err.find("(53)"), std::string::npos);
 
   // A walker that fails part way: what came before is printed, then the error.
-  WriteWholeFile(dir / "mods.json",
-                 R"({"source": {"type": "S", "filters": ["f"]},
-                     "target": {"type": "T", "codeModules": ["a.txt", "gone.txt"]}})");
-  WriteWholeFile(dir / "a.txt", "module a");
-  Result partial = RunCli({"list", (dir / "mods.json").string()});
+  Write("a.txt", "module a");
+  Result partial = RunCli({"list", Write("mods.json", R"({"source": {"type": "S", "filters": ["f"]},
+                     "target": {"type": "T", "codeModules": ["a.txt", "gone.txt"]}})")});
   EXPECT_EQ(partial.code, 1);
   EXPECT_NE(partial.out.find("module a"), std::string::npos);
   EXPECT_NE(partial.out.find("\n2 expressions\n"), std::string::npos);
   EXPECT_NE(partial.err.find("BuildCodeModuleExpressionList stopped: File not found"),
             std::string::npos);
-  fs::remove_all(dir);
 }
 
 const char* kThreeLayouts = R"({
@@ -133,12 +114,8 @@ const char* kThreeLayouts = R"({
     {"name": "Z", "fields": [{"name": "z", "expression": ["3", "4"]}]}]}
 })";
 
-TEST(ListCliTest, EveryRecordLayoutIsListedAsTheComponentWouldListItAsLayoutZero) {
-  auto dir = fs::temp_directory_path() / ("kx_list_layouts_" + std::to_string(::getpid()));
-  fs::remove_all(dir);
-  fs::create_directories(dir);
-  const std::string path = (dir / "c.json").string();
-  WriteWholeFile(path, kThreeLayouts);
+TEST_F(ListFilesTest, EveryRecordLayoutIsListedAsTheComponentWouldListItAsLayoutZero) {
+  const std::string path = Write("c.json", kThreeLayouts);
   for (bool all : {false, true}) {
     std::vector<std::string> args = {"list", "--json"};
     if (all) args.push_back("--all-parameters");
@@ -161,10 +138,10 @@ TEST(ListCliTest, EveryRecordLayoutIsListedAsTheComponentWouldListItAsLayoutZero
         auto doc = nlohmann::ordered_json::parse(kThreeLayouts);
         auto& layouts = doc[c.side]["recordLayouts"];
         std::swap(layouts[0], layouts[static_cast<size_t>(k)]);
-        WriteWholeFile(dir / "swapped.json", doc.dump());
+        const std::string swapped = Write("swapped.json", doc.dump());
         std::vector<std::string> walk_args = {"list", "--json", "--walk", c.walk};
         if (all && c.type != 8) walk_args.push_back("--all-parameters");
-        walk_args.push_back((dir / "swapped.json").string());
+        walk_args.push_back(swapped);
         Result component = RunCli(walk_args);
         ASSERT_EQ(component.code, 0) << component.err;
         nlohmann::json expected = nlohmann::json::array();
@@ -196,20 +173,13 @@ TEST(ListCliTest, EveryRecordLayoutIsListedAsTheComponentWouldListItAsLayoutZero
   EXPECT_NE(table.out.find("Source Record (B), Event2: E2, Action1: Log, Parameter1: Message"),
             std::string::npos)
       << table.out;
-  fs::remove_all(dir);
 }
 
 TEST(InventoryViewTest, ControlCharactersAndForeignBytesAreShownNotSent) {
-  EXPECT_EQ(Visible("a\x1b"
-                    "b\tc\x01\x7f"),
-            "a\xE2\x90\x9B"
-            "b c\xE2\x90\x81\xE2\x90\xA1");
+  EXPECT_EQ(Visible(Key("a|b\tc\x01\x7f")), Shown("a|b c\xE2\x90\x81\xE2\x90\xA1"));
   EXPECT_EQ(Visible("caf\xe9 \x80"), "caf\xC3\xA9 \xE2\x82\xAC") << "not UTF-8: Windows-1252";
   EXPECT_EQ(Visible("caf\xC3\xA9"), "caf\xC3\xA9");
-  EXPECT_EQ(KeyFromVisible("se0\xE2\x90\x9B"
-                           "a1"),
-            "se0\x1b"
-            "a1");
+  EXPECT_EQ(KeyFromVisible(Shown("se0|a1")), Key("se0|a1"));
   EXPECT_EQ(JsonString("q\"\\\r\n\x1b\xe9"), "\"q\\\"\\\\\\r\\n\\u001b\xC3\xA9\"");
   EXPECT_EQ(FindWalk("buildsortfieldexpressionlist"), FindWalk("sort-fields"));
   EXPECT_EQ(WalkForType(5)->member, "BuildTargetRLEventExpressionList");

@@ -1,11 +1,18 @@
 #pragma once
-// Runs the kxexpr command line in-process, with `input` as standard input.
+// Runs the kxexpr command line in-process, with `input` as standard input; a scratch folder
+// per test for the commands that write.
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "command.h"
+#include "runtime/files.h"
+#include "runtime/text.h"
 
 namespace kx::cli {
 
@@ -20,5 +27,45 @@ inline Result RunCli(const std::vector<std::string>& args, const std::string& in
   int code = Run(args, out, err, in);
   return {code, out.str(), err.str()};
 }
+
+inline const std::filesystem::path kData = std::filesystem::path(KX_SOURCE_DIR) / "data";
+inline const std::string kSample = (kData / "sample-conversion.json").string();
+inline const std::string kTemplates = (kData / "sample.tpl").string();
+inline const std::string kLibrary = (kData / "kx750ui_fn.dll").string();
+
+// An expression key written with '|' for its separator: Key gives it as stored, Shown as
+// listed on a terminal.
+inline std::string Key(const std::string& bars) {
+  return ReplaceAll(bars, "|", "\x1b");
+}
+inline std::string Shown(const std::string& bars) {
+  return ReplaceAll(bars, "|", "\xE2\x90\x9B");
+}
+
+class ScratchTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    dir_ = std::filesystem::temp_directory_path() / ("kx_cli_" + std::to_string(::getpid()) + "_" +
+                                                     test->test_suite_name() + "_" + test->name());
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir_); }
+
+  std::string Write(const std::string& name, const std::string& bytes) {
+    WriteWholeFile(dir_ / name, bytes);
+    return (dir_ / name).string();
+  }
+  // The sample conversion and its code modules; sets path_ to the copy.
+  void CopySample() {
+    std::filesystem::copy(kSample, dir_ / "c.json");
+    std::filesystem::copy(kData / "modules", dir_ / "modules");
+    path_ = (dir_ / "c.json").string();
+  }
+
+  std::filesystem::path dir_;
+  std::string path_;
+};
 
 }  // namespace kx::cli

@@ -1,44 +1,27 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <functional>
-#include <sstream>
 
 #include "host/conversion_document.h"
 #include "inventory_view.h"
 #include "run_cli.h"
-#include "runtime/files.h"
 
 namespace kx::cli {
 namespace {
 
-namespace fs = std::filesystem;
-
-class SetCliTest : public ::testing::Test {
+class SetCliTest : public ScratchTest {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("kx_set_cli_" + std::to_string(::getpid()));
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-    fs::copy(fs::path(KX_SOURCE_DIR) / "data" / "sample-conversion.json", dir_ / "c.json");
-    fs::copy(fs::path(KX_SOURCE_DIR) / "data" / "modules", dir_ / "modules");
-    path_ = (dir_ / "c.json").string();
+    ScratchTest::SetUp();
+    CopySample();
   }
-  void TearDown() override { fs::remove_all(dir_); }
-
   std::shared_ptr<host::ConversionDocument> Reload() {
     return host::ConversionDocument::Load(path_);
   }
-
-  fs::path dir_;
-  std::string path_;
 };
 
 TEST_F(SetCliTest, ReplacesOneExpressionAndSaves) {
-  Result r = RunCli({"set", path_, "8",
-                     "trl0\xE2\x90\x9B"
-                     "f1",
-                     "CLng(0)"});
+  Result r = RunCli({"set", path_, "8", Shown("trl0|f1"), "CLng(0)"});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.out, "Replaced Target Record (Orders) Field (Line)\n");
   auto doc = Reload();
@@ -48,21 +31,11 @@ TEST_F(SetCliTest, ReplacesOneExpressionAndSaves) {
 
   // A raw escape in the key works too; a kind-0 parameter is addressable as listed with
   // --all-parameters; TEXT "-" reads standard input, less its trailing line end.
-  Result raw = RunCli({"set", path_, "2",
-                       "se0\x1b"
-                       "a0\x1b"
-                       "p0",
-                       "-"},
-                      "Counter\r\n");
+  Result raw = RunCli({"set", path_, "2", Key("se0|a0|p0"), "-"}, "Counter\r\n");
   ASSERT_EQ(raw.code, 0) << raw.err;
   EXPECT_EQ(Reload()->Model().source->events[0].actions[0].parameters[0], "Counter");
 
-  Result rl = RunCli({"set", path_, "5",
-                      "srl0\xE2\x90\x9B"
-                      "e0\xE2\x90\x9B"
-                      "a1\xE2\x90\x9B"
-                      "p0",
-                      "\"x\""});
+  Result rl = RunCli({"set", path_, "5", Shown("srl0|e0|a1|p0"), "\"x\""});
   ASSERT_EQ(rl.code, 0) << rl.err;
   EXPECT_EQ(Reload()->Model().target->layouts[0].events[0].actions[1].parameters[0], "\"x\"");
 
@@ -115,11 +88,8 @@ TEST(TextFromStandardInputTest, LfBecomesCrLfAndOneTrailingLineEndGoes) {
 }
 
 TEST_F(SetCliTest, StandardInputTextsUseTheLanguagesLineBreak) {
-  Result r = RunCli({"set", path_, "8",
-                     "trl0\x1b"
-                     "f1",
-                     "-"},
-                    "If x Then\n  1\nElse\n  2\nEnd If\n");
+  Result r =
+      RunCli({"set", path_, "8", Key("trl0|f1"), "-"}, "If x Then\n  1\nElse\n  2\nEnd If\n");
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(Reload()->Model().target->layouts[0].fields[1].expression,
             "If x Then\r\n  1\r\nElse\r\n  2\r\nEnd If");
@@ -129,11 +99,7 @@ TEST_F(SetCliTest, StandardInputTextsUseTheLanguagesLineBreak) {
 
 TEST_F(SetCliTest, CheckRefusesATextWithErrors) {
   const std::string before = ReadWholeFile(path_);
-  Result bad = RunCli({"set", "--check", path_, "8",
-                       "trl0\x1b"
-                       "f1",
-                       "-"},
-                      "If x Then\n  1\n");
+  Result bad = RunCli({"set", "--check", path_, "8", Key("trl0|f1"), "-"}, "If x Then\n  1\n");
   EXPECT_EQ(bad.code, 1);
   EXPECT_EQ(bad.err.substr(0, bad.err.find('\n')),
             "kxexpr: set: the new text has errors; " + path_ + " is left as it is");
@@ -176,63 +142,42 @@ TEST_F(SetCliTest, ReachesEveryRecordLayout) {
   WriteWholeFile(path_, kLayouts);
   struct Case {
     int type;
-    std::string key;  // as listed
+    std::string key;  // '|' for the separator
     std::function<std::string(const host::Conversion&)> stored;
   };
   const Case cases[] = {
-      {4,
-       "srl1\x1b"
-       "e0\x1b"
-       "a1\x1b"
-       "p0",
+      {4, "srl1|e0|a1|p0",
        [](const host::Conversion& c) {
          return c.source->layouts[1].events[0].actions[1].parameters[0];
        }},
-      {4,
-       "srl1\x1b"
-       "e0\x1b"
-       "a1\x1b"
-       "p1",  // a kind-1 parameter, listed with --all-parameters
+      // A kind-1 parameter, listed with --all-parameters.
+      {4, "srl1|e0|a1|p1",
        [](const host::Conversion& c) {
          return c.source->layouts[1].events[0].actions[1].parameters[1];
        }},
-      {5,
-       "srl1\x1b"
-       "e0\x1b"
-       "a0\x1b"
-       "p0",
+      {5, "srl1|e0|a0|p0",
        [](const host::Conversion& c) {
          return c.target->layouts[1].events[0].actions[0].parameters[0];
        }},
-      {8,
-       "trl1\x1b"
-       "f1",
+      {8, "trl1|f1",
        [](const host::Conversion& c) { return c.target->layouts[1].fields[1].expression; }},
-      {8,
-       "trl2\x1b"
-       "f0",
+      {8, "trl2|f0",
        [](const host::Conversion& c) { return c.target->layouts[2].fields[0].expression; }},
-      {8,
-       "trl0\x1b"
-       "f0",
+      {8, "trl0|f0",
        [](const host::Conversion& c) { return c.target->layouts[0].fields[0].expression; }},
   };
   int n = 0;
   for (const Case& c : cases) {
     SCOPED_TRACE(c.key);
     const std::string text = "\"new" + std::to_string(++n) + "\"";
-    Result r = RunCli({"set", path_, std::to_string(c.type), c.key, text});
+    Result r = RunCli({"set", path_, std::to_string(c.type), Key(c.key), text});
     ASSERT_EQ(r.code, 0) << r.err;
     auto doc = Reload();
     EXPECT_EQ(c.stored(doc->Model()), text);
   }
   // Nothing else moved: layout 0 of the source still says what it said.
   EXPECT_EQ(Reload()->Model().source->layouts[0].events[0].actions[0].parameters[0], "\"a0\"");
-  Result none = RunCli({"set", path_, "8",
-                        "trl3\x1b"
-                        "f0",
-                        "1"});
-  EXPECT_EQ(none.code, 1);
+  EXPECT_EQ(RunCli({"set", path_, "8", Key("trl3|f0"), "1"}).code, 1);
 }
 
 TEST_F(SetCliTest, UnknownAddressesChangeNothing) {

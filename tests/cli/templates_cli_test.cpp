@@ -1,12 +1,8 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <sstream>
 
 #include "run_cli.h"
-#include "runtime/files.h"
-#include "runtime/text.h"
 
 namespace kx::cli {
 namespace {
@@ -18,23 +14,10 @@ Result RunTemplates(std::vector<std::string> args) {
   return RunCli(args);
 }
 
-class TemplatesCliTest : public testing::Test {
+class TemplatesCliTest : public ScratchTest {
  protected:
-  void SetUp() override {
-    dir_ =
-        fs::temp_directory_path() / ("kx_tplcli_" + std::to_string(::getpid()) + "_" +
-                                     testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-  std::string Write(const std::string& bytes) {
-    std::string path = (dir_ / "t.tpl").string();
-    WriteWholeFile(path, bytes);
-    return path;
-  }
-
-  fs::path dir_;
-  const std::string sample_ = DataDir() + "/sample.tpl";
+  std::string Write(const std::string& bytes) { return ScratchTest::Write("t.tpl", bytes); }
+  const std::string sample_ = kTemplates;
 };
 
 TEST_F(TemplatesCliTest, ListShowAndCheckTheSampleFile) {

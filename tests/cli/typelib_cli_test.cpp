@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include "run_cli.h"
 #include "runtime/files.h"
@@ -13,10 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kData = std::string(KX_SOURCE_DIR) + "/data";
-
 TEST(TypelibCommand, DumpsEveryTypeMemberAndParameter) {
-  Result r = RunCli({"typelib", kData + "/kx750ui_fn.dll"});
+  Result r = RunCli({"typelib", kLibrary});
   ASSERT_EQ(r.code, 0) << r.err;
   const std::string& out = r.out;
   EXPECT_EQ(out.rfind("library kx750ui_fn\n  guid {43A5AC40-ACB7-11D3-96C0-00104B383C01}\n"
@@ -31,11 +28,11 @@ TEST(TypelibCommand, DumpsEveryTypeMemberAndParameter) {
   EXPECT_NE(out.find("    param Choices As Variant() [in, paramarray]\n"), std::string::npos);
   EXPECT_NE(out.find("  const kxTextCompare As Int = I4 1\n"), std::string::npos);
   EXPECT_NE(out.find("  implements KXFunction [flags 1]\n"), std::string::npos);
-  EXPECT_EQ(RunCli({"typelib", kData + "/kx750ui_fn.dll\\1"}).out, out);  // stable, resource 1
+  EXPECT_EQ(RunCli({"typelib", kLibrary + "\\1"}).out, out);  // stable, resource 1
 }
 
 TEST(TypelibCommand, JsonCarriesTheSameFacts) {
-  Result r = RunCli({"typelib", "--json", kData + "/kx750ui_fn.dll"});
+  Result r = RunCli({"typelib", "--json", kLibrary});
   ASSERT_EQ(r.code, 0) << r.err;
   auto j = nlohmann::json::parse(r.out);
   EXPECT_EQ(j["name"], "kx750ui_fn");
@@ -52,13 +49,13 @@ TEST(TypelibCommand, JsonCarriesTheSameFacts) {
 }
 
 TEST(TypelibCommand, BadInputGivesAClearErrorAndStatus) {
-  Result r = RunCli({"typelib", kData + "/kx750ui_fn.dll\\2"});
+  Result r = RunCli({"typelib", kLibrary + "\\2"});
   EXPECT_EQ(r.code, 1);
   EXPECT_NE(r.err.find("no TYPELIB resource 2 in this PE image (321)"), std::string::npos) << r.err;
-  r = RunCli({"typelib", kData + "/kxexpr.reg"});
+  r = RunCli({"typelib", (kData / "kxexpr.reg").string()});
   EXPECT_EQ(r.code, 1);
   EXPECT_NE(r.err.find("not a type library"), std::string::npos) << r.err;
-  r = RunCli({"typelib", kData + "/missing.tlb"});
+  r = RunCli({"typelib", (kData / "missing.tlb").string()});
   EXPECT_EQ(r.code, 1);
   EXPECT_NE(r.err.find("(53)"), std::string::npos) << r.err;
   EXPECT_EQ(RunCli({"typelib"}).code, 2);
@@ -68,7 +65,7 @@ TEST(TypelibCommand, ListsTheRegisteredLibraries) {
   const std::string expected =
       "KX 7.5 UI Function Library\n"
       "  key kx750ui_fn.dll<KX 7.5 UI Function Library{43A5AC40-ACB7-11D3-96C0-00104B383C01}7.5\n";
-  Result r = RunCli({"typelib", "--registered", "--registry", kData + "/kxexpr.reg"});
+  Result r = RunCli({"typelib", "--registered", "--registry", (kData / "kxexpr.reg").string()});
   ASSERT_EQ(r.code, 0) << r.err;
   EXPECT_EQ(r.out, expected);
 
