@@ -154,7 +154,12 @@ TEST_F(FilesTest, AReadOnlyFileIsRefusedNotReplaced) {
 }
 
 TEST_F(FilesTest, FailuresLeaveTheOldFileAndNoTemporary) {
-  WriteWholeFile(dir_ / "f.txt", "old");
+  const std::string bytes("a\r\nb\0c\xff\n", 8);
+  WriteWholeFile(dir_ / "f.txt", bytes);
+  EXPECT_EQ(ReadWholeFile(dir_ / "f.txt"), bytes);
+  WriteFileAtomic(dir_ / "f.txt", "old");
+  EXPECT_EQ(ErrorOf([&] { ReadWholeFile(dir_ / "nope.txt"); }), 53);
+  EXPECT_EQ(ErrorOf([&] { ReadWholeFile(dir_); }), 75);
   EXPECT_NE(ErrorOf([&] { WriteFileAtomic(dir_ / "missing" / "x", "y"); }), 0);
   fs::create_directories(dir_ / "folder");
   EXPECT_EQ(ErrorOf([&] { WriteFileAtomic(dir_ / "folder", "y"); }), kErrPathFileAccess);

@@ -2,7 +2,6 @@
 
 #include "error_of.h"
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,47 +29,6 @@ TEST(Error, StandardNumbersCarryThePlatformTexts) {
   EXPECT_EQ(Error(457).Description(),
             "This key is already associated with an element of this collection");
   EXPECT_EQ(Error(1234).Description(), "Application-defined or object-defined error");
-}
-
-TEST(Collection, PositionsKeysAndErrors) {
-  Collection<std::string> c;
-  c.Add("a", "Alpha");
-  c.Add("b");
-  c.Add("c", "Gamma");
-  ASSERT_EQ(c.Count(), 3);
-  EXPECT_EQ(c.Item(1), "a");
-  EXPECT_EQ(c.Item(3), "c");
-  EXPECT_EQ(c.Item("ALPHA"), "a");  // keys ignore case
-  EXPECT_EQ(c.PositionOf("gamma"), 3);
-  EXPECT_EQ(ErrorOf([&] { c.Add("x", "alpha"); }), 457);
-  EXPECT_EQ(c.Count(), 3);  // the failed add left nothing behind
-  EXPECT_EQ(ErrorOf([&] { c.Item(0); }), 9);
-  EXPECT_EQ(ErrorOf([&] { c.Item(4); }), 9);
-  EXPECT_EQ(ErrorOf([&] { c.Item("delta"); }), 5);
-  EXPECT_EQ(ErrorOf([&] { c.Remove("delta"); }), 5);
-
-  c.Remove(1);
-  EXPECT_EQ(c.Item(1), "b");
-  EXPECT_FALSE(c.Contains("alpha"));
-  c.Add("a2", "Alpha");  // a removed key can be used again
-  EXPECT_EQ(c.Item(3), "a2");
-  c.Insert(1, "first", "First");
-  EXPECT_EQ(c.Item(1), "first");
-  EXPECT_EQ(c.PositionOf("alpha"), 4);
-  EXPECT_EQ(ErrorOf([&] { c.Insert(9, "z"); }), 5);
-  c.Remove("GAMMA");
-  EXPECT_EQ(c.Count(), 3);
-  EXPECT_EQ(*c.KeyAt(1), "First");
-  EXPECT_FALSE(c.KeyAt(2).has_value());
-}
-
-TEST(Collection, BinaryCompareKeepsKeysThatDifferInCase) {
-  Collection<int> c(KeyCompare::Binary);
-  c.Add(1, "Key");
-  c.Add(2, "key");
-  EXPECT_EQ(c.Item("key"), 2);
-  EXPECT_EQ(c.Find("KEY"), nullptr);
-  EXPECT_EQ(ErrorOf([&] { c.Add(3, "Key"); }), 457);
 }
 
 TEST(Collection, LargeSizesStayIndexed) {
@@ -142,6 +100,9 @@ TEST(Collection, AgreesWithALinearModelUnderRandomChanges) {
         ASSERT_EQ(c.Contains(key), position != 0);
         const int* found = c.Find(key);
         ASSERT_EQ(found ? *found : -1, position ? model[position - 1].value : -1);
+        ASSERT_EQ(ErrorOf([&] { c.Item(key); }), position ? 0 : 5);
+        ASSERT_EQ(ErrorOf([&] { c.Item(static_cast<int32_t>(next(2) ? 0 : model.size() + 1)); }),
+                  9);
       }
       ASSERT_EQ(c.Count(), static_cast<int32_t>(model.size()));
       if (step % 500 == 0 || step == 5999) {
@@ -240,24 +201,6 @@ TEST(Text, PlatformStringRules) {
   EXPECT_EQ(Trim("  a b \t "), "a b \t");  // spaces only
   EXPECT_EQ(Split("|a||", "|"), (std::vector<std::string>{"", "a", "", ""}));
   EXPECT_TRUE(EqualsIgnoreCase("Records", "RECORDS"));
-}
-
-TEST(Files, ByteExactAndAtomic) {
-  namespace fs = std::filesystem;
-  fs::path dir = fs::temp_directory_path() / ("kx_files_" + std::to_string(::getpid()));
-  fs::create_directories(dir);
-  fs::path file = dir / "data.bin";
-  std::string bytes("a\r\nb\0c\xff\n", 8);
-  WriteWholeFile(file, bytes);
-  EXPECT_EQ(ReadWholeFile(file), bytes);
-  WriteFileAtomic(file, "new");
-  EXPECT_EQ(ReadWholeFile(file), "new");
-  // A failed atomic write leaves the old file and no temporary behind.
-  EXPECT_NE(ErrorOf([&] { WriteFileAtomic(dir / "missing" / "x", "y"); }), 0);
-  EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 1);
-  EXPECT_EQ(ErrorOf([&] { ReadWholeFile(dir / "nope.txt"); }), 53);
-  EXPECT_EQ(ErrorOf([&] { ReadWholeFile(dir); }), 75);
-  fs::remove_all(dir);
 }
 
 // The directory lookup's match: "*" and "?" only, brackets literal, backtracking over "*".
