@@ -2,8 +2,6 @@
 // A builder with its editor window over headless views, in a folder of its own that serves
 // as the current directory ("comments.txt" is read there).
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -12,6 +10,7 @@
 #include "editor/new_builder.h"
 #include "host/checker_object.h"
 #include "runtime/files.h"
+#include "scratch_dir.h"
 #include "ui/headless/headless.h"
 
 namespace kx {
@@ -20,26 +19,18 @@ struct BuilderRig {
   using View = ui::headless::HeadlessExprBldView;
 
   ui::headless::Environment env;
-  std::filesystem::path dir;
+  ScratchDir scratch;
+  const std::filesystem::path& dir = scratch.path;
   ExprBldContext context;
   std::unique_ptr<ExpressionBuilder> builder;
 
   // `adjust` changes the window's context before the builder is made.
   explicit BuilderRig(const std::function<void(ExprBldContext&)>& adjust = {}) {
-    static int serial = 0;
-    dir = std::filesystem::temp_directory_path() /
-          ("kx_builder_" + std::to_string(::getpid()) + "_" + std::to_string(++serial));
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
     context.services = env.Services();
     context.new_checker = [] { return std::make_shared<host::BasicCompiler>(); };
     context.current_dir = dir;
     if (adjust) adjust(context);
     builder = NewExpressionBuilder(context);
-  }
-  ~BuilderRig() {
-    builder.reset();
-    std::filesystem::remove_all(dir);
   }
 
   View& view() { return *env.ExprBld(); }
@@ -51,9 +42,7 @@ struct BuilderRig {
     builder->Show(1);
   }
   std::string Write(const std::string& name, const std::string& bytes) {
-    std::filesystem::path path = dir / name;
-    WriteWholeFile(path, bytes);
-    return path.string();
+    return scratch.Write(name, bytes);
   }
 };
 

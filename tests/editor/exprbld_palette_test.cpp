@@ -9,6 +9,7 @@
 #include "inventory/faulty_host.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
+#include "scratch_dir.h"
 #include "typelib/typelib.h"
 #include "ui/headless/headless.h"
 #include "ui/unanswered.h"
@@ -354,12 +355,11 @@ TEST(TokenInsertion, EachKindOfNodeInsertsItsOwnText) {
 }
 
 TEST(TokenInsertion, TheCommentHintGivesWayToTheFirstToken) {
-  fs::path dir = fs::temp_directory_path() / "kx_palette_comments";
-  fs::create_directories(dir);
-  WriteFileAtomic(dir / "comments.txt", "' Write the expression here\r\n");
+  ScratchDir dir;
+  dir.Write("comments.txt", "' Write the expression here\r\n");
   // A double-click and the function-builder gesture each replace the hint; later ones add.
   for (bool dialog : {false, true}) {
-    Palette p(HostJson(), true, dir);
+    Palette p(HostJson(), true, dir.path);
     p.window->Form_Activate();
     ASSERT_EQ(p.view().KXEditor1().Text(), "' Write the expression here\r\n");
     p.view().ClickNode("FC");
@@ -367,7 +367,6 @@ TEST(TokenInsertion, TheCommentHintGivesWayToTheFirstToken) {
     for (int i = 0; i < 2; ++i) dialog ? p.view().BuildFunction(1) : p.view().DoubleClickRow(1);
     EXPECT_EQ(p.view().KXEditor1().Text(), dialog ? "GoTo(a)GoTo(b)" : "GoTo label GoTo label ");
   }
-  fs::remove_all(dir);
 }
 
 TEST(TypeLibraries, BrowsingReadsTheRegistryOnceAndInsertsMembers) {

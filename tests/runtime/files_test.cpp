@@ -19,6 +19,7 @@
 #include "error_of.h"
 #include "runtime/error.h"
 #include "runtime/files.h"
+#include "scratch_dir.h"
 
 namespace kx {
 namespace {
@@ -27,18 +28,6 @@ namespace fs = std::filesystem;
 
 class FilesTest : public testing::Test {
  protected:
-  void SetUp() override {
-    dir_ =
-        fs::temp_directory_path() / ("kx_files_" + std::to_string(::getpid()) + "_" +
-                                     testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-  }
-  void TearDown() override {
-    std::error_code ec;
-    fs::permissions(dir_, fs::perms::owner_all, fs::perm_options::add, ec);
-    fs::remove_all(dir_, ec);
-  }
   // Every name in the folder, so that a temporary left behind shows.
   std::vector<std::string> Names() const {
     std::vector<std::string> names;
@@ -52,7 +41,8 @@ class FilesTest : public testing::Test {
     return st.st_mode & 07777;
   }
 
-  fs::path dir_;
+  ScratchDir scratch_;
+  const fs::path& dir_ = scratch_.path;
 };
 
 class Umask {

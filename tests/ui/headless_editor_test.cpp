@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "error_of.h"
 #include "runtime/files.h"
+#include "scratch_dir.h"
 #include "ui/headless/headless.h"
 #include "ui/unanswered.h"
 
@@ -218,8 +217,8 @@ TEST_F(EditorTest, ReplaceAllIsOneUndoStepAndNeverRescansItsOwnText) {
 }
 
 TEST_F(EditorTest, FilesLoadWithoutHistoryAndSaveWhole) {
-  fs::path dir = fs::temp_directory_path() / ("kx-editor-" + std::to_string(::getpid()));
-  fs::create_directories(dir);
+  ScratchDir scratch;
+  const fs::path& dir = scratch.path;
   HeadlessEditor& e = Fresh("If a Then\r\n  b\r\nEnd If");
   e.SaveFile((dir / "out.txt").string());
   EXPECT_EQ(ReadWholeFile(dir / "out.txt"), "If a Then\r\n  b\r\nEnd If");
@@ -247,7 +246,6 @@ TEST_F(EditorTest, FilesLoadWithoutHistoryAndSaveWhole) {
   WriteWholeFile(dir / "bad.ini", "If\n");
   e.SetKeywordFile((dir / "bad.ini").string());
   EXPECT_EQ(ErrorOf([&] { e.ReloadKeywords(); }), kErrInvalidFileFormat);
-  fs::remove_all(dir);
 }
 
 }  // namespace
