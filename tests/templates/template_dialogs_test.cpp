@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "runtime/files.h"
+#include "scratch_dir.h"
 #include "templates/frm_template.h"
 #include "ui/headless/headless.h"
 
@@ -29,21 +29,10 @@ constexpr std::string_view kTwo =
 
 struct TemplateDialogs : ::testing::Test {
   ui::headless::Environment env;
-  fs::path dir;
-  std::string file;
+  ScratchDir scratch;
+  const fs::path& dir = scratch.path;
+  std::string file = scratch.Write("t.tpl", std::string(kTwo));
 
-  TemplateDialogs() {
-    static int serial = 0;
-    dir = fs::temp_directory_path() /
-          ("kx_tpl_dialogs_" + std::to_string(::getpid()) + "_" + std::to_string(++serial));
-    fs::create_directories(dir);
-    file = (dir / "t.tpl").string();
-    WriteWholeFile(file, kTwo);
-  }
-  ~TemplateDialogs() override {
-    ::chmod(file.c_str(), 0600);
-    fs::remove_all(dir);
-  }
   TemplateDialogContext Context() { return {env.Services(), "Product", ""}; }
   // The names of the templates in the file as it is now.
   Names OnDisk() {

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
 
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
+#include "scratch_dir.h"
 #include "templates/templates.h"
 #include "ui/message_box.h"
 
@@ -17,19 +16,10 @@ namespace fs = std::filesystem;
 
 class TemplateFileTest : public testing::Test {
  protected:
-  void SetUp() override {
-    dir_ =
-        fs::temp_directory_path() / ("kx_tpl_" + std::to_string(::getpid()) + "_" +
-                                     testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-    set_.ProductName("Product");
-  }
-  void TearDown() override { fs::remove_all(dir_); }
+  void SetUp() override { set_.ProductName("Product"); }
 
   std::string Write(const std::string& bytes, const std::string& name = "t.tpl") {
-    std::string path = (dir_ / name).string();
-    WriteWholeFile(path, bytes);
-    return path;
+    return scratch_.Write(name, bytes);
   }
   // Loads `bytes` through the filename property; returns the load's result.
   bool Load(const std::string& bytes) {
@@ -48,7 +38,8 @@ class TemplateFileTest : public testing::Test {
     return text.substr(0, text.size() - 1);
   }
 
-  fs::path dir_;
+  ScratchDir scratch_;
+  const fs::path& dir_ = scratch_.path;
   std::string path_;
   ExprTemplates set_;
   ui::RecordingMessageBox box_;

@@ -25,17 +25,6 @@ std::vector<std::string> Scan(const std::string& body) {
 
 using Names = std::vector<std::string>;
 
-TEST(ExtractandAddParams, FindsNamesByFirstOccurrenceExactlyAsWritten) {
-  EXPECT_EQ(Scan("<<A>> + <<B>> + <<A>>"), (Names{"A", "B"}));
-  EXPECT_EQ(Scan("<< A >>"), (Names{" A "}));
-  EXPECT_EQ(Scan("<<x <<y>>"), (Names{"y"}));
-  EXPECT_EQ(Scan("<<>>"), (Names{""}));
-  EXPECT_EQ(Scan("<<<a>>>"), (Names{"<a"}));
-  EXPECT_EQ(Scan("<<a>><<b>>\r\n<<c>>"), (Names{"a", "b", "c"}));
-  EXPECT_TRUE(Scan("no parameters").empty());
-  EXPECT_TRUE(Scan("a >> b").empty());
-}
-
 TEST(ExtractandAddParams, RescanAppendsAndNamesDifferingInCaseCollide) {
   ExprTemplate t;
   t.Body("<<b>>");
@@ -81,13 +70,15 @@ std::optional<Names> ReferenceScan(const std::string& body) {
   }
 }
 
+// Names are found by first occurrence, exactly as written (blanks, line ends and stray
+// brackets kept).
 TEST(ExtractandAddParams, AgreesWithTheStatedScanOnRandomBodies) {
   std::mt19937 rng(7);
-  const char alphabet[] = "<<>>ab";
+  const std::string alphabet = "<<>>ab \n";
   for (int round = 0; round < 20000; ++round) {
     std::string body;
     int length = static_cast<int>(rng() % 14);
-    for (int i = 0; i < length; ++i) body += alphabet[rng() % 6];
+    for (int i = 0; i < length; ++i) body += alphabet[rng() % alphabet.size()];
     std::optional<Names> expected = ReferenceScan(body);
     ASSERT_EQ(ParameterScanEnds(body), expected.has_value()) << body;
     if (expected) {
@@ -97,9 +88,6 @@ TEST(ExtractandAddParams, AgreesWithTheStatedScanOnRandomBodies) {
 }
 
 TEST(ExtractandAddParams, NeverEndsOnAnUnmatchedTrailingOpening) {
-  EXPECT_FALSE(ParameterScanEnds("<<a>> then <<b"));
-  EXPECT_FALSE(ParameterScanEnds("<<"));
-  EXPECT_TRUE(ParameterScanEnds("<<a>> >> <<b>>"));
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
