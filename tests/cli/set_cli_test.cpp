@@ -35,10 +35,6 @@ TEST_F(SetCliTest, ReplacesOneExpressionAndSaves) {
   ASSERT_EQ(raw.code, 0) << raw.err;
   EXPECT_EQ(Reload()->Model().source->events[0].actions[0].parameters[0], "Counter");
 
-  Result rl = RunCli({"set", path_, "5", Shown("srl0|e0|a1|p0"), "\"x\""});
-  ASSERT_EQ(rl.code, 0) << rl.err;
-  EXPECT_EQ(Reload()->Model().target->layouts[0].events[0].actions[1].parameters[0], "\"x\"");
-
   Result filter = RunCli({"set", path_, "7", "sfilt0", "True"});
   ASSERT_EQ(filter.code, 0);
   EXPECT_EQ(Reload()->Model().target->filters[0], "True");

@@ -60,14 +60,6 @@ TEST_F(TemplatesCliTest, MalformedFilesFailWithTheReadersMessage) {
                            " is invalid. Problem with template: A, on line: 4.\n");
   EXPECT_EQ(check.out, "");
 
-  Write("@BeginTemplate A\r\n@BeginBody\r\n<<a>>\r\n@EndBody\r\n@BeginParameter\r\n@Name=b\r\n");
-  EXPECT_EQ(
-      RunTemplates({"list", path}).err,
-      "kxexpr: Template file: " + path + " is invalid. Problem with template: A, on line: 6\n");
-
-  Write("\r\n");
-  EXPECT_EQ(RunTemplates({"check", path}).err, "Template file: " + path + " is invalid.\n");
-
   Result absent = RunTemplates({"check", (dir_ / "absent.tpl").string()});
   EXPECT_EQ(absent.code, 1);
   EXPECT_NE(absent.err.find("no template file at"), std::string::npos);
