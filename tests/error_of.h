@@ -1,8 +1,10 @@
 #pragma once
-// The number of the Error a call raises, or 0 when it raises none.
+// The number of the Error a call raises, or 0 when it raises none; or its number and
+// description as "number: description", "" when it raises none.
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "runtime/error.h"
 
@@ -15,6 +17,15 @@ inline int32_t ErrorOf(const std::function<void()>& f) {
     return e.Number();
   }
   return 0;
+}
+
+inline std::string ErrorTextOf(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return std::to_string(e.Number()) + ": " + e.Description();
+  }
+  return "";
 }
 
 }  // namespace kx

@@ -178,20 +178,5 @@ TEST(BuildTLBList, ListsRegisteredVersionsWithAFile) {
   EXPECT_TRUE(BuildTLBList(*std::make_shared<FileRegistry>()).empty());
 }
 
-TEST(BuildTLBList, TheBundledLibraryOpensFromItsNode) {
-  auto bundled = FileRegistry::Load(std::string(KX_SOURCE_DIR) + "/data/kxexpr.reg");
-  std::vector<TreeNodeData> nodes = BuildTLBList(*bundled);
-  ASSERT_EQ(nodes.size(), 1u);
-  EXPECT_EQ(nodes[0].text, "KX 7.5 UI Function Library");
-  std::vector<TreeNodeData> types = BuildTLBTypes(nodes[0].key, bundled->Folder());
-  ASSERT_EQ(types.size(), 9u);
-  EXPECT_EQ(types[0].key, nodes[0].key + "<KXFunction");
-  EXPECT_EQ(types[0].tag, "TLBType");
-  std::vector<std::string> members = BuildTLBMembers(types[2].key, bundled->Folder());
-  EXPECT_EQ(members.front(), "Abs");  // Math, member names as stored
-  EXPECT_EQ(BuildTLBMembers(nodes[0].key + "<NoSuchType", bundled->Folder()),
-            std::vector<std::string>{std::string(kNoTypeLibInfo)});
-}
-
 }  // namespace
 }  // namespace kx

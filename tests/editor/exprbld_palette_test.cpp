@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <tuple>
 
+#include "dialog_builder.h"
 #include "editor/frm_expr_bld.h"
 #include "functions/tlb_browse.h"
 #include "inventory/faulty_host.h"
@@ -44,42 +45,17 @@ std::string HostJson(bool supports = false, bool defines = false) {
   return ReplaceAll(json, ": D,", defines ? ": true," : ": false,");
 }
 
-// Properties the palette does not read.
-// clang-format off
-#define KX_UNREAD(Type, Name) \
-  Type Name() const override { return {}; } void Name(Type) override {}
-#define KX_UNREAD_TEXT(Name) \
-  std::string Name() const override { return {}; } void Name(const std::string&) override {}
-// clang-format on
-
-class TestBuilder : public KXExpressionBuilder {
- public:
-  KX_UNREAD(bool, AllowTemplates)
-  KX_UNREAD(bool, AllowValidation)
-  KX_UNREAD(int32_t, HelpID)
-  KX_UNREAD(bool, ParameterButtonVisible)
-  KX_UNREAD_TEXT(Expression)
-  KX_UNREAD_TEXT(FormTitle)
-  KX_UNREAD_TEXT(HelpFile)
-  KX_UNREAD_TEXT(KeywordFile)
-  KX_UNREAD_TEXT(ProductName)
-  KX_UNREAD_TEXT(TemplateFile)
-  KX_UNREAD_TEXT(TemplateName)
-  std::shared_ptr<FontDesc> Font() const override { return std::make_shared<FontDesc>(); }
-  void Font(std::shared_ptr<FontDesc>) override {}
-  void Show(int16_t) override {}
-  std::string KXTypeLibPath() const override { return type_lib_path; }
+// The host library as the bundled registry names it, and the host's two sides.
+struct TestBuilder : StoredBuilder {
+  TestBuilder() { type_lib_path = "kx750ui_fn.dll"; }
   std::shared_ptr<HostSource> SourceControl() const override { return source; }
   void SourceControl(std::shared_ptr<HostSource> value) override { source = std::move(value); }
   std::shared_ptr<HostTarget> TargetControl() const override { return target; }
   void TargetControl(std::shared_ptr<HostTarget> value) override { target = std::move(value); }
 
-  std::string type_lib_path = "kx750ui_fn.dll";  // as the bundled registry names it
   std::shared_ptr<HostSource> source;
   std::shared_ptr<HostTarget> target;
 };
-#undef KX_UNREAD
-#undef KX_UNREAD_TEXT
 
 // One editor window over a crafted host with the tree built as the builder builds it: a user
 // list "Colours", the bundled registry, and a stand-in for the function argument dialog.

@@ -19,16 +19,22 @@ namespace kx {
 namespace {
 
 TEST(Error, StandardNumbersCarryThePlatformTexts) {
-  EXPECT_EQ(Error(5).Description(), "Invalid procedure call or argument");
-  EXPECT_EQ(Error(6).Description(), "Overflow");
-  EXPECT_EQ(Error(9).Description(), "Subscript out of range");
-  EXPECT_EQ(Error(13).Description(), "Type mismatch");
-  EXPECT_EQ(Error(53).Description(), "File not found");
-  EXPECT_EQ(Error(91).Description(), "Object variable or With block variable not set");
-  EXPECT_EQ(Error(438).Description(), "Object doesn't support this property or method");
-  EXPECT_EQ(Error(457).Description(),
-            "This key is already associated with an element of this collection");
-  EXPECT_EQ(Error(1234).Description(), "Application-defined or object-defined error");
+  const std::pair<int32_t, const char*> texts[] = {
+      {5, "Invalid procedure call or argument"},
+      {6, "Overflow"},
+      {9, "Subscript out of range"},
+      {13, "Type mismatch"},
+      {53, "File not found"},
+      {91, "Object variable or With block variable not set"},
+      {438, "Object doesn't support this property or method"},
+      {457, "This key is already associated with an element of this collection"},
+      {1234, "Application-defined or object-defined error"},
+      // the controls' own
+      {kErrIndexOutOfBounds, "Index out of bounds"},
+      {kErrElementNotFound, "Element not found"},
+      {kErrKeyNotUnique, "Key is not unique in collection"},
+  };
+  for (const auto& [number, text] : texts) EXPECT_EQ(Error(number).Description(), text) << number;
 }
 
 TEST(Collection, LargeSizesStayIndexed) {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "error_of.h"
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
@@ -137,12 +138,7 @@ TEST_F(TemplateFileTest, LineReaderKeepsItsOddities) {
   EXPECT_EQ(lines(" x \t\r\n"), (V{" x \t"}));
   TemplateFileInput at_end("");
   char lookahead = '\r';
-  try {
-    at_end.ReadLine(lookahead);
-    FAIL();
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), kErrInputPastEnd);
-  }
+  EXPECT_EQ(ErrorOf([&] { at_end.ReadLine(lookahead); }), kErrInputPastEnd);
 }
 
 TEST_F(TemplateFileTest, LoadsWhatTheFormatAllows) {

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <random>
 
+#include "error_of.h"
 #include "runtime/error.h"
 #include "templates/templates.h"
 
@@ -34,12 +35,7 @@ TEST(ExtractandAddParams, RescanAppendsAndNamesDifferingInCaseCollide) {
   EXPECT_EQ(ParameterNames(t), (Names{"b", "a"}));
 
   t.Body("<<a>> and <<A>>");
-  try {
-    t.ExtractandAddParams();
-    FAIL() << "no duplicate-key error";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), kErrDuplicateKey);
-  }
+  EXPECT_EQ(ErrorOf([&] { t.ExtractandAddParams(); }), kErrDuplicateKey);
   EXPECT_TRUE(t.ParameterExists("a"));
   EXPECT_FALSE(t.ParameterExists("A"));
   // The collection's own key lookup ignores case.
