@@ -3,9 +3,7 @@
 // the dispatch identifiers of either interface, errors as HRESULTs with error information.
 // Prints DONE when every check held.
 
-#include <windows.h>
-
-#include <oleauto.h>
+#include "check.h"
 
 #include <cstdio>
 #include <string>
@@ -13,22 +11,6 @@
 #include "kxexpr.h"
 
 namespace {
-
-int g_failures = 0;
-
-#define CHECK(cond)                                       \
-  do {                                                    \
-    if (!(cond)) {                                        \
-      std::printf("FAIL line %d: %s\n", __LINE__, #cond); \
-      ++g_failures;                                       \
-    }                                                     \
-  } while (0)
-
-std::wstring Text(BSTR s) {
-  std::wstring out = s ? std::wstring(s, SysStringLen(s)) : std::wstring();
-  SysFreeString(s);
-  return out;
-}
 
 // Calls a method without arguments by its dispatch identifier.
 HRESULT CallById(IDispatch* object, DISPID id) {
@@ -63,14 +45,7 @@ int wmain() {
   // Font set to nothing: error 91, with its description for the caller.
   hr = builder->putref_Font(nullptr);
   CHECK(hr == MAKE_HRESULT(SEVERITY_ERROR, FACILITY_CONTROL, 91));
-  IErrorInfo* info = nullptr;
-  CHECK(GetErrorInfo(0, &info) == S_OK && info);
-  if (info) {
-    BSTR description = nullptr;
-    info->GetDescription(&description);
-    CHECK(!Text(description).empty());
-    info->Release();
-  }
+  CHECK(!ErrorDescription().empty());
 
   // The class's own interface is the same object.
   _ExpressionBuilder* own = nullptr;
@@ -110,7 +85,5 @@ int wmain() {
 
   builder->Release();
   CoUninitialize();
-  if (g_failures != 0) return 1;
-  std::printf("DONE\n");
-  return 0;
+  return Finish();
 }

@@ -2,9 +2,7 @@
 // strings, a host object of its own (a combo that collects AddItem calls) and the server's
 // unload rule. Prints DONE when every check held. Argument: a folder with the sample data.
 
-#include <windows.h>
-
-#include <oleauto.h>
+#include "check.h"
 
 #include <cstdio>
 #include <string>
@@ -13,16 +11,6 @@
 #include "kxexpr.h"
 
 namespace {
-
-int g_failures = 0;
-
-#define CHECK(cond)                                       \
-  do {                                                    \
-    if (!(cond)) {                                        \
-      std::printf("FAIL line %d: %s\n", __LINE__, #cond); \
-      ++g_failures;                                       \
-    }                                                     \
-  } while (0)
 
 template <typename T>
 T* Create(const wchar_t* prog_id, REFIID iid) {
@@ -39,21 +27,6 @@ T* Create(const wchar_t* prog_id, REFIID iid) {
     ++g_failures;
   }
   return object;
-}
-
-std::wstring Text(BSTR s) {
-  std::wstring out = s ? std::wstring(s, SysStringLen(s)) : std::wstring();
-  SysFreeString(s);
-  return out;
-}
-
-std::wstring ErrorDescription() {
-  IErrorInfo* info = nullptr;
-  if (GetErrorInfo(0, &info) != S_OK || !info) return L"";
-  BSTR description = nullptr;
-  info->GetDescription(&description);
-  info->Release();
-  return Text(description);
 }
 
 // A combo box as BuildRecordFieldComboDropDownList sees one: AddItem(text) only.
@@ -284,7 +257,5 @@ int wmain(int argc, wchar_t** argv) {
     CHECK(can_unload && can_unload() == S_OK);
   }
   CoUninitialize();
-  if (g_failures != 0) return 1;
-  std::printf("DONE\n");
-  return 0;
+  return Finish();
 }

@@ -2,7 +2,7 @@
 // left behind when absent), and the value kinds QueryValueEx reads. Prints DONE when every
 // check held. Run in a throwaway prefix: it writes under HKEY_CLASSES_ROOT (and removes it).
 
-#include <windows.h>
+#include "check.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,16 +11,6 @@
 #include "component/registry.h"
 
 namespace {
-
-int g_failures = 0;
-
-#define CHECK(cond)                                       \
-  do {                                                    \
-    if (!(cond)) {                                        \
-      std::printf("FAIL line %d: %s\n", __LINE__, #cond); \
-      ++g_failures;                                       \
-    }                                                     \
-  } while (0)
 
 constexpr char kHostClass[] = "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}\\InprocServer32";
 
@@ -80,7 +70,5 @@ int main() {
   RegDeleteTreeA(HKEY_CLASSES_ROOT, "CLSID\\{43A5AC4D-ACB7-11D3-96C0-00104B383C01}");
   RegDeleteTreeA(HKEY_CLASSES_ROOT, "KxCheck");
 
-  if (g_failures != 0) return 1;
-  std::printf("DONE\n");
-  return 0;
+  return Finish();
 }
