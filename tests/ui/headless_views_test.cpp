@@ -11,7 +11,7 @@ namespace kx::ui::headless {
 namespace {
 
 // A presenter that writes down every event, in order.
-struct Recorder : ExprBldEvents, FunctionEvents, InputBoxEvents {
+struct Recorder : ExprBldEvents, FunctionEvents {
   std::vector<std::string> log;
   bool cancel_close = false;
   Window* close_on_activate = nullptr;
@@ -46,9 +46,6 @@ struct Recorder : ExprBldEvents, FunctionEvents, InputBoxEvents {
   void ssdgridargs_Change(const std::string& text) override { log.push_back("Change " + text); }
   void ssdgridargs_KeyDown(int key) override { log.push_back("ArgKey " + std::to_string(key)); }
   void ssdgridargs_RowColChange() override { log.push_back("ArgRowCol"); }
-  void OKButton_Click() override { log.push_back("OK"); }
-  void CancelButton_Click() override { log.push_back("Cancel"); }
-  void txtinput_KeyPress(int key) override { log.push_back("Key " + std::to_string(key)); }
 };
 
 using Log = std::vector<std::string>;
@@ -206,38 +203,6 @@ TEST(HeadlessExprBld, GesturesFireTheEventsOfARealWindowInOrder) {
   EXPECT_EQ(env.ExprBld(), &view);
   EXPECT_EQ(view.KXEditor1().Text(), "abc");
   EXPECT_THROW(view.Press("cmdok"), GestureError);
-}
-
-TEST(HeadlessDialogs, FunctionPromptAndInputBoxGestures) {
-  Environment env;
-  Recorder presenter;
-  auto function = env.Services().dialogs->NewFunctionView();
-  function->SetEvents(&presenter);
-  Grid& args = function->ssdgridargs();
-  args.SetColumns(2);
-  args.AddRow("String");
-  args.AddRow("Length");
-  HeadlessFunctionView& fview = *env.Function();
-  EXPECT_TRUE(fview.EditValue(1, "3"));
-  EXPECT_TRUE(fview.KeyDown(13));
-  EXPECT_TRUE(fview.Press("cmdhelp"));
-  EXPECT_THROW(fview.Press("cmdHelp"), GestureError);
-  EXPECT_EQ(args.CellText(1, 1), "3");
-  EXPECT_EQ(presenter.log, (Log{"ArgRowCol", "Change 3", "ArgKey 13", "cmdhelp"}));
-  EXPECT_EQ(fview.TextWidth("abcd"), 420);
-
-  presenter.log.clear();
-  auto input = env.Services().dialogs->NewInputBoxView();
-  input->SetEvents(&presenter);
-  EXPECT_TRUE(env.InputBox()->TypeInput("p1\r"));
-  EXPECT_TRUE(env.InputBox()->Press("OKButton"));
-  EXPECT_EQ(input->txtinput().Text(), "p1");
-  EXPECT_EQ(presenter.log, (Log{"Key 112", "Key 49", "Key 13", "OK"}));
-
-  auto prompt = env.Services().dialogs->NewPromptView();
-  prompt->ssdcbovalue().AddItem("FIELD1");
-  EXPECT_THROW(env.Prompt()->ChooseItem(0), GestureError);  // no presenter to drop it down
-  EXPECT_EQ(env.Views().size(), 3u);
 }
 
 TEST(HeadlessControls, TreeKeysToolbarAndGridBounds) {
