@@ -48,28 +48,13 @@ class TemplateFileTest : public testing::Test {
 
 // The example template of the file format, byte for byte as the writer produces it.
 const std::string kIfBlank =
-    "@BeginTemplate IfBlank\r\n"
-    "  @BeginDescription\r\n"
-    "    Replace blank values\r\n"
-    "  @EndDescription\r\n"
-    "  @BeginBody\r\n"
-    "If <<Field>> = \"\" Then <<Default>> Else <<Field>>\r\n"
-    "  @EndBody\r\n"
-    "  @BeginParameter\r\n"
-    "    @Name=Field\r\n"
-    "    @BeginDescription\r\n"
-    "      Field to test\r\n"
-    "    @EndDescription\r\n"
-    "    @DefaultValue=^f\r\n"
-    "  @EndParameter\r\n"
-    "  @BeginParameter\r\n"
-    "    @Name=Default\r\n"
-    "    @BeginDescription\r\n"
-    "      \r\n"
-    "    @EndDescription\r\n"
-    "    @DefaultValue=\r\n"
-    "  @EndParameter\r\n"
-    "@EndTemplate IfBlank\r\n";
+    "@BeginTemplate IfBlank\r\n  @BeginDescription\r\n    Replace blank values\r\n"
+    "  @EndDescription\r\n  @BeginBody\r\n"
+    "If <<Field>> = \"\" Then <<Default>> Else <<Field>>\r\n  @EndBody\r\n"
+    "  @BeginParameter\r\n    @Name=Field\r\n    @BeginDescription\r\n      Field to test\r\n"
+    "    @EndDescription\r\n    @DefaultValue=^f\r\n  @EndParameter\r\n  @BeginParameter\r\n"
+    "    @Name=Default\r\n    @BeginDescription\r\n      \r\n    @EndDescription\r\n"
+    "    @DefaultValue=\r\n  @EndParameter\r\n@EndTemplate IfBlank\r\n";
 
 // A template up to the end of its body.
 std::string Head(const std::string& name, const std::string& body) {
