@@ -7,6 +7,7 @@
 #include "host/checker_object.h"
 #include "host/checker_parser.h"
 #include "host/conversion_locate.h"
+#include "where.h"
 
 namespace kx::host {
 namespace {
@@ -66,72 +67,55 @@ TEST(CheckerSyntax, AcceptsEveryConstruct) {
   }
 }
 
-struct ErrorCase {
-  const char* text;
-  const char* message;
-  int start, length, line, column;
-};
-
 TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
-  const ErrorCase cases[] = {
-      {"If a\r\nEnd If", "Expected Then after the If condition, found end of line", 5, 0, 1, 5},
-      {"x = 1 +", "Expected an expression after \"+\", found end of text", 8, 0, 1, 8},
-      {"x = (1 + 2", "Expected \")\" to close the \"(\" at column 5, found end of text", 11, 0, 1,
-       11},
-      {"x = f(1, )", "Expected an argument after \",\", found \")\"", 10, 1, 1, 10},
-      {"x = f(1 2)", "Expected \")\" to close the \"(\" at column 6, found number 2", 9, 1, 1, 9},
-      {"x = a b", "Expected an operator or end of line after the expression, found name b", 7, 1, 1,
-       7},
-      {"\r\n  ) x", "Expected a statement, found \")\"", 5, 1, 2, 3},
-      {"x = \"abc", "String is not closed: expected a closing \" before the end of the line", 5, 4,
-       1, 5},
-      {"x = [abc", "Bracketed name is not closed: expected ] before the end of the line", 5, 4, 1,
-       5},
-      {"x = []", "Empty bracketed name []: put a field or variable name between the brackets", 5, 2,
-       1, 5},
-      {"x = 12ab", "Malformed number 12ab", 5, 4, 1, 5},
-      {"x = a ! b", "Unexpected character \"!\" (\"!~\" is the does-not-contain operator)", 7, 1, 1,
-       7},
-      {"x = a\x01", "Unexpected character (byte 0x01)", 6, 1, 1, 6},
-      {"For 1 = 2 To 3\r\nNext", "Expected a counter name after For, found number 1", 5, 1, 1, 5},
-      {"For i 2 To 3\r\nNext", "Expected = after the For counter, found number 2", 7, 1, 1, 7},
-      {"For i = 2\r\nNext", "Expected To after the For start value, found end of line", 10, 0, 1,
-       10},
-      {"Select x\r\nEnd Select", "Expected Case after Select, found name x", 8, 1, 1, 8},
+  const std::pair<const char*, const char*> cases[] = {
+      {"If a\r\nEnd If", "1:5 5+0 Expected Then after the If condition, found end of line"},
+      {"x = 1 +", "1:8 8+0 Expected an expression after \"+\", found end of text"},
+      {"x = (1 + 2", "1:11 11+0 Expected \")\" to close the \"(\" at column 5, found end of text"},
+      {"x = f(1, )", "1:10 10+1 Expected an argument after \",\", found \")\""},
+      {"x = f(1 2)", "1:9 9+1 Expected \")\" to close the \"(\" at column 6, found number 2"},
+      {"x = a b", "1:7 7+1 Expected an operator or end of line after the expression, found name b"},
+      {"\r\n  ) x", "2:3 5+1 Expected a statement, found \")\""},
+      {"x = \"abc",
+       "1:5 5+4 String is not closed: expected a closing \" before the end of the line"},
+      {"x = [abc", "1:5 5+4 Bracketed name is not closed: expected ] before the end of the line"},
+      {"x = []",
+       "1:5 5+2 Empty bracketed name []: put a field or variable name between the brackets"},
+      {"x = 12ab", "1:5 5+4 Malformed number 12ab"},
+      {"x = a ! b", "1:7 7+1 Unexpected character \"!\" (\"!~\" is the does-not-contain operator)"},
+      {"x = a\x01", "1:6 6+1 Unexpected character (byte 0x01)"},
+      {"For 1 = 2 To 3\r\nNext", "1:5 5+1 Expected a counter name after For, found number 1"},
+      {"For i 2 To 3\r\nNext", "1:7 7+1 Expected = after the For counter, found number 2"},
+      {"For i = 2\r\nNext", "1:10 10+0 Expected To after the For start value, found end of line"},
+      {"Select x\r\nEnd Select", "1:8 8+1 Expected Case after Select, found name x"},
       {"Select Case x\r\n  y = 1\r\nEnd Select",
-       "Expected Case in the Select Case on line 1, found name y", 18, 1, 2, 3},
+       "2:3 18+1 Expected Case in the Select Case on line 1, found name y"},
       {"Select Case x\r\nCase Is 3\r\nEnd Select",
-       "Expected a comparison operator after Is, found number 3", 24, 1, 2, 9},
-      {"On Err GoTo x", "Expected Error after On, found name Err", 4, 3, 1, 4},
-      {"On Error Resume", "Expected Next after On Error Resume, found end of text", 16, 0, 1, 16},
-      {"On Error x", "Expected GoTo or Resume Next after On Error, found name x", 10, 1, 1, 10},
-      {"GoTo", "Expected a label after GoTo, found end of text", 5, 0, 1, 5},
-      {"End While", "Expected If, Select, Function or Sub after End, found While", 5, 5, 1, 5},
-      {"If a Then For i = 1 To 2", "For cannot be used in a single-line If; use a block If", 11, 3,
-       1, 11},
+       "2:9 24+1 Expected a comparison operator after Is, found number 3"},
+      {"On Err GoTo x", "1:4 4+3 Expected Error after On, found name Err"},
+      {"On Error Resume", "1:16 16+0 Expected Next after On Error Resume, found end of text"},
+      {"On Error x", "1:10 10+1 Expected GoTo or Resume Next after On Error, found name x"},
+      {"GoTo", "1:5 5+0 Expected a label after GoTo, found end of text"},
+      {"End While", "1:5 5+5 Expected If, Select, Function or Sub after End, found While"},
+      {"If a Then For i = 1 To 2",
+       "1:11 11+3 For cannot be used in a single-line If; use a block If"},
       {"If a Then If b Then\r\nEnd If",
-       "A block If cannot begin inside a single-line If; put something after Then", 11, 2, 1, 11},
-      {"  failed:\r\n", "A label must begin in column 1: remove the blanks before failed:", 3, 6, 1,
-       3},
-      {"Dim 5", "Expected a variable name after Dim, found number 5", 5, 1, 1, 5},
-      {"x = a.", "Expected a member name after \".\", found end of text", 7, 0, 1, 7},
-      {"x = #1/2", "Date is not closed: expected # before the end of the line", 5, 4, 1, 5},
-      {"For Each f Fields\r\nNext", "Expected In after the For Each variable, found name Fields",
-       12, 6, 1, 12},
+       "1:11 11+2 A block If cannot begin inside a single-line If; put something after Then"},
+      {"  failed:\r\n", "1:3 3+6 A label must begin in column 1: remove the blanks before failed:"},
+      {"Dim 5", "1:5 5+1 Expected a variable name after Dim, found number 5"},
+      {"x = a.", "1:7 7+0 Expected a member name after \".\", found end of text"},
+      {"x = #1/2", "1:5 5+4 Date is not closed: expected # before the end of the line"},
+      {"For Each f Fields\r\nNext",
+       "1:12 12+6 Expected In after the For Each variable, found name Fields"},
       {"If a Then\r\nElseIf b\r\nEnd If",
-       "Expected Then after the ElseIf condition, found end of line", 20, 0, 2, 9},
-      {"Select Case a\r\nCase 1,\r\nEnd Select", "Expected a value after \",\", found end of line",
-       23, 0, 2, 8},
+       "2:9 20+0 Expected Then after the ElseIf condition, found end of line"},
+      {"Select Case a\r\nCase 1,\r\nEnd Select",
+       "2:8 23+0 Expected a value after \",\", found end of line"},
   };
-  for (const ErrorCase& c : cases) {
-    auto errors = CheckExpressionSyntax(c.text);
-    ASSERT_FALSE(errors.empty()) << c.text;
-    const SyntaxError& e = errors.front();
-    EXPECT_EQ(e.message, c.message) << c.text;
-    EXPECT_EQ(e.start, c.start) << c.text;
-    EXPECT_EQ(e.length, c.length) << c.text;
-    EXPECT_EQ(e.line, c.line) << c.text;
-    EXPECT_EQ(e.column, c.column) << c.text;
+  for (const auto& [text, where_and_message] : cases) {
+    auto errors = CheckExpressionSyntax(text);
+    ASSERT_FALSE(errors.empty()) << text;
+    EXPECT_EQ(Where(errors.front()), where_and_message);
   }
 }
 
