@@ -9,7 +9,6 @@
 #include "runtime/collection.h"
 #include "runtime/error.h"
 #include "runtime/files.h"
-#include "runtime/format.h"
 #include "runtime/narrow.h"
 #include "runtime/text.h"
 #include "ui/message_box.h"
@@ -143,16 +142,6 @@ TEST(Collection, ItemsStayWhereTheyAreWhileOthersComeAndGo) {
   EXPECT_TRUE(moved.Empty());
   moved.Add("again", "a");
   EXPECT_EQ(moved.Item("A"), "again");
-}
-
-TEST(FormatMessageText, ReplacesPlaceholdersInTurn) {
-  EXPECT_EQ(FormatMessageText("Template file: %1 is invalid, line %2.", {"a.tpl", "7"}),
-            "Template file: a.tpl is invalid, line 7.");
-  EXPECT_EQ(FormatMessageText("%1 and %1", {"x"}), "x and x");
-  // Each pass works on the result of the one before.
-  EXPECT_EQ(FormatMessageText("%1", {"%2", "two"}), "two");
-  EXPECT_EQ(FormatMessageText("%2%1", {"a"}), "%2a");
-  EXPECT_EQ(FormatMessageText("no placeholders", {"x"}), "no placeholders");
 }
 
 TEST(ReportError, ShowsDescriptionAndNumberWithCriticalIcon) {
