@@ -8,8 +8,6 @@
 namespace kx::cli {
 namespace {
 
-namespace fs = std::filesystem;
-
 // Runs `kxexpr edit --headless` with `script` on standard input.
 Result Edit(std::vector<std::string> args, const std::string& script) {
   ::setenv("KXEXPR_REGISTRY", (kData / "kxexpr.reg").c_str(), 1);
@@ -19,64 +17,40 @@ Result Edit(std::vector<std::string> args, const std::string& script) {
 }
 
 TEST(EditCli, ScriptsPlayTheUserAndTheExitStatusTellsTheOutcome) {
+  const std::vector<std::string> a = {"--expression", "A"}, doc = {kSample};
+  const std::vector<std::string> list = {"--list", "root,Colours,colours,red|green", kSample};
+  const std::string field = "Records(\"Customer\").Fields(\"CustomerNo\") \n";
   struct Case {
-    const char* name;
     std::vector<std::string> args;
     const char* script;
     int code;
-    const char* out;  // standard output, or the start of standard error when code is 3
+    std::string out;  // standard output, or when code is 3 how standard error goes on after
+                      // "kxexpr: edit: <stdin>"
   } cases[] = {
-      {"OK prints the text",
-       {"--expression", "A"},
-       "press cmdAnd\ntype B\npress cmdok\n",
-       0,
-       "A And B\n"},
-      {"Cancel prints nothing", {"--expression", "A"}, "type B\npress cmdcancel\n", 1, ""},
-      {"a script that ends closes the window", {"--expression", "A"}, "type B\n", 1, ""},
-      {"a flow-control token",
-       {kSample},
-       "click-node FC\ndblclick 1\npress cmdok\n",
-       0,
-       "GoTo label \n"},
-      {"a source field of a layout",
-       {kSample},
-       "click-node rs1\ndblclick 1\npress cmdok\n",
-       0,
-       "Records(\"Customer\").Fields(\"CustomerNo\") \n"},
-      {"a user list",
-       {"--list", "root,Colours,colours,red|green", kSample},
-       "click-node colours\ndblclick 1\npress cmdok\n",
-       0,
-       " green \n"},
-      {"the function dialog unanswered",
-       {kSample},
-       "click-node All\nbuild 0\n",
-       3,
-       "kxexpr: edit: <stdin>:2: "},
-      {"a message box with a question",
-       {"--expression", "A"},
-       "menu mnuFileOpen\n",
-       3,
-       "kxexpr: edit: <stdin>:1: "},
-      {"an answer never asked for",
-       {"--expression", "A"},
-       "answer input x\npress cmdok\n",
-       3,
-       "kxexpr: edit: <stdin>: answers never asked for"},
-      {"a line after the window closed",
-       {},
-       "press cmdok\ndump\n",
-       3,
-       "kxexpr: edit: <stdin>:2: the window is closed"},
-      {"a node that is not there", {}, "click-node nowhere\n", 3, "kxexpr: edit: <stdin>:1: "},
+      // OK prints the text; Cancel, or a script that ends, prints nothing.
+      {a, "press cmdAnd\ntype B\npress cmdok\n", 0, "A And B\n"},
+      {a, "type B\npress cmdcancel\n", 1, ""},
+      {a, "type B\n", 1, ""},
+      // A flow-control token, a source field of a layout, a user list.
+      {doc, "click-node FC\ndblclick 1\npress cmdok\n", 0, "GoTo label \n"},
+      {doc, "click-node rs1\ndblclick 1\npress cmdok\n", 0, field},
+      {list, "click-node colours\ndblclick 1\npress cmdok\n", 0, " green \n"},
+      // The function dialog or a message box with a question unanswered, an answer never
+      // asked for, a line after the window closed, a node that is not there.
+      {doc, "click-node All\nbuild 0\n", 3, ":2: "},
+      {a, "menu mnuFileOpen\n", 3, ":1: "},
+      {a, "answer input x\npress cmdok\n", 3, ": answers never asked for"},
+      {{}, "press cmdok\ndump\n", 3, ":2: the window is closed"},
+      {{}, "click-node nowhere\n", 3, ":1: "},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.script);
     Result r = Edit(c.args, c.script);
-    EXPECT_EQ(r.code, c.code) << c.name << "\n" << r.err;
+    EXPECT_EQ(r.code, c.code) << r.err;
     if (c.code == 3) {
-      EXPECT_EQ(r.err.rfind(c.out, 0), 0u) << c.name << "\n" << r.err;
+      EXPECT_EQ(r.err.rfind("kxexpr: edit: <stdin>" + c.out, 0), 0u) << r.err;
     } else {
-      EXPECT_EQ(r.out, c.out) << c.name;
+      EXPECT_EQ(r.out, c.out);
     }
   }
 }

@@ -8,8 +8,6 @@
 namespace kx::cli {
 namespace {
 
-namespace fs = std::filesystem;
-
 TEST(ListCliTest, DefaultListingShowsEveryExpressionWithVisibleKeys) {
   Result r = RunCli({"list", kSample});
   ASSERT_EQ(r.code, 0) << r.err;
