@@ -1,7 +1,9 @@
 // frmExprBld's token palette: the tree of token categories, the token grid with its
 // description labels, and the rules that turn a picked token into expression text.
 
+#include <algorithm>
 #include <initializer_list>
+#include <vector>
 
 #include "editor/frm_expr_bld.h"
 #include "functions/tlb_browse.h"
@@ -64,10 +66,18 @@ template <typename Side>
 void AddRecordNodes(ui::TreeView& tree, Side& side, const std::string& parent,
                     const std::string& prefix) {
   int32_t count = side.RecordLayoutCount();
-  for (int32_t i = 0; i < count; ++i) {
-    tree.AddNode({prefix + std::to_string(i), side.RecordLayoutList(CheckedInt16(i)), "record",
-                  parent, false});
+  std::vector<ui::TreeNode> nodes;
+  nodes.reserve(static_cast<size_t>(std::max(count, 0)));
+  // A host that fails part way still leaves the layouts it named in the tree.
+  try {
+    for (int32_t i = 0; i < count; ++i)
+      nodes.push_back({prefix + std::to_string(i), side.RecordLayoutList(CheckedInt16(i)), "record",
+                       parent, false});
+  } catch (...) {
+    tree.AddNodes(nodes);
+    throw;
   }
+  tree.AddNodes(nodes);
 }
 
 template <typename Side>
