@@ -54,6 +54,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
   ~QtEditor() override;
 
   std::string Text() const override;
+  bool Empty() const override { return Length() == 0; }
   void InsertText(const std::string& text) override;
   void Clear() override;
   int32_t CaretPosition() const override;
