@@ -148,9 +148,20 @@ int KeywordLexer::WordStyle(std::string_view word) const {
 }
 
 // Lines are styled whole: nothing the language has spans a line, so each line starts fresh.
+// Scintilla asks for everything from the last styled position to the end of what it shows;
+// lines above the view are left for when they come into view, so that a window opening on
+// the end of a long text styles one screenful. Scintilla is then told that styling still
+// stops where it asked from: it asks again as it paints, and restyling shown lines that
+// did not change costs little and repaints nothing.
 void KeywordLexer::styleText(int start, int end) {
   QsciScintilla* sci = editor();
   if (!sci || end <= start) return;
+  const int asked_from = start;
+  const long shown_line =
+      sci->SendScintilla(QsciScintilla::SCI_DOCLINEFROMVISIBLE,
+                         sci->SendScintilla(QsciScintilla::SCI_GETFIRSTVISIBLELINE));
+  const long shown_from = sci->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE, shown_line);
+  if (shown_from > start && shown_from < end) start = static_cast<int>(shown_from);
   const long first_line = sci->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, start);
   const long last_line = sci->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, end - 1);
   start = static_cast<int>(sci->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE, first_line));
@@ -253,6 +264,7 @@ void KeywordLexer::styleText(int start, int end) {
   }
   // One call for the whole range: Scintilla announces every styling call as a change.
   sci->SendScintilla(QsciScintilla::SCI_SETSTYLINGEX, static_cast<unsigned long>(n), styles.data());
+  if (start > asked_from) startStyling(asked_from);
 }
 
 }  // namespace kx::qt
