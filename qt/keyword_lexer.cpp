@@ -55,7 +55,10 @@ std::string WordBytes(std::string_view utf8) {
 
 }  // namespace
 
-KeywordLexer::KeywordLexer(QObject* parent) : QsciLexerCustom(parent) {}
+KeywordLexer::KeywordLexer(QObject* parent)
+    : QsciLexerCustom(parent), fixed_font_(QFontDatabase::systemFont(QFontDatabase::FixedFont)) {
+  fixed_font_.setPointSize(10);
+}
 
 QString KeywordLexer::description(int style) const {
   switch (style) {
@@ -99,8 +102,7 @@ QColor KeywordLexer::defaultColor(int style) const {
 }
 
 QFont KeywordLexer::defaultFont(int style) const {
-  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  font.setPointSize(10);
+  QFont font = fixed_font_;
   if (style == kComment) font.setItalic(true);
   if (style >= kFirstCategory && style < kFirstCategory + kCategoryStyles && keywords_) {
     size_t index = static_cast<size_t>(style - kFirstCategory);
@@ -128,9 +130,12 @@ void KeywordLexer::SetKeywords(const ui::KeywordSet* keywords) {
         longest_symbol_ = std::max(longest_symbol_, word.size());
       }
   }
+  // Each change is a round of calls into Scintilla: only the styles that differ get one.
   for (int style = 0; style < kFirstCategory + kCategoryStyles; ++style) {
-    setColor(defaultColor(style), style);
-    setFont(defaultFont(style), style);
+    const QColor color_wanted = defaultColor(style);
+    if (color(style) != color_wanted) setColor(color_wanted, style);
+    const QFont font_wanted = defaultFont(style);
+    if (font(style) != font_wanted) setFont(font_wanted, style);
   }
   // Everything is restyled, but only as it comes into view: styling a long text whole
   // at once would hold up the window's opening.
