@@ -421,7 +421,10 @@ void QtWindow::Hide() {
   if (loop_) loop_->quit();
 }
 
+// Layouts that widgets asked for go first: left until after a new window's first paint,
+// they paint it a second time.
 void QtWindow::DoEvents() {
+  QCoreApplication::sendPostedEvents();
   QCoreApplication::processEvents();
 }
 
