@@ -7,7 +7,6 @@
 #include <QMenu>
 
 #include <algorithm>
-#include <unordered_set>
 
 #include "qt/cp1252.h"
 #include "runtime/error.h"
@@ -16,8 +15,23 @@ namespace kx::qt {
 
 namespace {
 
-constexpr int kTagRole = Qt::UserRole;
-constexpr int kKeyRole = Qt::UserRole + 1;
+// A node's key and tag live beside its item, as the presenter gave them: a thousand record
+// layouts would otherwise each convert and store both as item data.
+class NodeItem : public QTreeWidgetItem {
+ public:
+  static constexpr int kType = QTreeWidgetItem::UserType + 1;
+  explicit NodeItem(const ui::TreeNode& node)
+      : QTreeWidgetItem(QStringList(ToQt(node.text)), kType), key(node.key), tag(node.tag) {}
+  std::string key;
+  std::string tag;
+};
+
+NodeItem* AsNode(QTreeWidgetItem* item) {
+  return item && item->type() == NodeItem::kType ? static_cast<NodeItem*>(item) : nullptr;
+}
+const NodeItem* AsNode(const QTreeWidgetItem* item) {
+  return item && item->type() == NodeItem::kType ? static_cast<const NodeItem*>(item) : nullptr;
+}
 
 constexpr std::string_view kHighlight = "style_winhighlight";
 
@@ -49,7 +63,8 @@ QtTreeView::QtTreeView(std::string name, QTreeWidget* tree) : QtControl(std::mov
 }
 
 std::string QtTreeView::KeyOf(const QTreeWidgetItem* item) {
-  return FromQt(item->data(0, kKeyRole).toString());
+  const NodeItem* node = AsNode(item);
+  return node ? node->key : std::string();
 }
 
 QTreeWidgetItem* QtTreeView::Item(std::string_view key) const {
@@ -70,10 +85,7 @@ void QtTreeView::Clear() {
 
 QTreeWidgetItem* QtTreeView::MakeItem(const ui::TreeNode& node) const {
   if (items_.count(node.key)) Raise(kErrKeyNotUnique);
-  auto* item = new QTreeWidgetItem(QStringList(ToQt(node.text)));
-  item->setData(0, kKeyRole, ToQt(node.key));
-  item->setData(0, kTagRole, ToQt(node.tag));
-  return item;
+  return new NodeItem(node);
 }
 
 void QtTreeView::AddNode(const ui::TreeNode& node) {
@@ -92,7 +104,6 @@ void QtTreeView::AddNode(const ui::TreeNode& node) {
 // and go in with one insertion per parent that is already in it.
 void QtTreeView::AddNodes(const std::vector<ui::TreeNode>& nodes) {
   std::vector<std::pair<QTreeWidgetItem*, QList<QTreeWidgetItem*>>> batches;  // null: roots
-  std::unordered_set<QTreeWidgetItem*> detached;
   std::vector<QTreeWidgetItem*> expand;
   auto attach = [&] {
     for (auto& [parent, items] : batches) {
@@ -103,11 +114,12 @@ void QtTreeView::AddNodes(const std::vector<ui::TreeNode>& nodes) {
     }
     for (QTreeWidgetItem* item : expand) item->setExpanded(true);
   };
+  items_.reserve(items_.size() + nodes.size());
   try {
     for (const ui::TreeNode& node : nodes) {
       QTreeWidgetItem* parent = node.parent.empty() ? nullptr : Need(node.parent);
       QTreeWidgetItem* item = MakeItem(node);
-      if (parent && detached.count(parent)) {
+      if (parent && !parent->treeWidget()) {  // new in this call
         parent->addChild(item);
       } else {
         auto batch = std::find_if(batches.begin(), batches.end(),
@@ -115,7 +127,6 @@ void QtTreeView::AddNodes(const std::vector<ui::TreeNode>& nodes) {
         if (batch == batches.end()) batch = batches.insert(batches.end(), {parent, {}});
         batch->second.append(item);
       }
-      detached.insert(item);
       if (node.expanded) expand.push_back(item);
       items_.emplace(node.key, item);
     }
@@ -130,7 +141,7 @@ ui::TreeNode QtTreeView::NodeOf(const QTreeWidgetItem* item) const {
   ui::TreeNode node;
   node.key = KeyOf(item);
   node.text = FromQt(item->text(0));
-  node.tag = FromQt(item->data(0, kTagRole).toString());
+  node.tag = AsNode(item) ? AsNode(item)->tag : std::string();
   node.parent = item->parent() ? KeyOf(item->parent()) : std::string();
   node.expanded = item->isExpanded();
   return node;
@@ -143,7 +154,7 @@ std::optional<ui::TreeNode> QtTreeView::Node(std::string_view key) const {
 }
 
 void QtTreeView::SetTag(std::string_view key, const std::string& tag) {
-  Need(key)->setData(0, kTagRole, ToQt(tag));
+  if (NodeItem* node = AsNode(Need(key))) node->tag = tag;
 }
 
 void QtTreeView::SetExpanded(std::string_view key, bool expanded) {
