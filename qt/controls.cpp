@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QEventLoop>
 #include <QFile>
+#include <QHash>
 #include <QScreen>
 #include <QTimer>
 #include <QWindowStateChangeEvent>
@@ -227,11 +228,20 @@ void QtMenuItem::SetCaption(const std::string& caption) {
   if (!action_->isSeparator()) action_->setText(ToQt(caption));
 }
 
+// Decoding the pictures is most of what a toolbar costs to build; every window shares them.
 QIcon ToolbarIcon(const std::string& image) {
   static const bool registered = (RegisterIcons(), true);
   (void)registered;
-  QString path = QStringLiteral(":/kx/icons/") + ToQt(image) + QStringLiteral(".png");
-  return QFile::exists(path) ? QIcon(path) : QIcon();
+  // Emptied as the application goes, while pictures can still be let go of.
+  static QHash<QString, QIcon>* const icons = [] {
+    qAddPostRoutine([] { icons->clear(); });
+    return new QHash<QString, QIcon>;
+  }();
+  const QString key = ToQt(image);
+  auto it = icons->constFind(key);
+  if (it != icons->constEnd()) return *it;
+  QString path = QStringLiteral(":/kx/icons/") + key + QStringLiteral(".png");
+  return *icons->insert(key, QFile::exists(path) ? QIcon(path) : QIcon());
 }
 
 QtToolbarButton::QtToolbarButton(const ui::ToolbarButtonDef& def, QAction* action)
@@ -411,7 +421,10 @@ void QtWindow::Hide() {
   if (loop_) loop_->quit();
 }
 
+// Layouts that widgets asked for go first: left until after a new window's first paint,
+// they paint it a second time.
 void QtWindow::DoEvents() {
+  QCoreApplication::sendPostedEvents();
   QCoreApplication::processEvents();
 }
 

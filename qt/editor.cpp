@@ -517,7 +517,15 @@ void QtEditor::SetFontName(const std::string& name) {
 }
 
 int QtEditor::StyleAt(int32_t position) const {
-  return static_cast<int>(Widget()->SendScintilla(QsciScintilla::SCI_GETSTYLEAT, ToSci(position)));
+  // The lexer styles lines as they are shown: this one may not have been yet.
+  const long at = ToSci(position);
+  if (at >= Widget()->SendScintilla(QsciScintilla::SCI_GETENDSTYLED)) {
+    const long line = Widget()->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, at);
+    Widget()->SendScintilla(QsciScintilla::SCI_COLOURISE,
+                            Widget()->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE, line),
+                            Widget()->SendScintilla(QsciScintilla::SCI_GETLINEENDPOSITION, line));
+  }
+  return static_cast<int>(Widget()->SendScintilla(QsciScintilla::SCI_GETSTYLEAT, at));
 }
 
 }  // namespace kx::qt

@@ -54,6 +54,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
   ~QtEditor() override;
 
   std::string Text() const override;
+  bool Empty() const override { return Length() == 0; }
   void InsertText(const std::string& text) override;
   void Clear() override;
   int32_t CaretPosition() const override;
@@ -129,7 +130,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
   KeywordLexer& Lexer() { return *lexer_; }
   const ui::KeywordSet* Keywords() const { return keywords_ ? &*keywords_ : nullptr; }
   const std::filesystem::path& KeywordPath() const { return keyword_path_; }
-  // The style Scintilla gave the byte at a 1-based position (styles lazily: colourise first).
+  // The style of the byte at a 1-based position (its line is styled first if need be).
   int StyleAt(int32_t position) const;
   // The last search text and whether it was found, for the dialogs.
   bool LastSearchFound() const { return last_found_; }

@@ -6,6 +6,8 @@
 #include <QKeyEvent>
 #include <QMenu>
 
+#include <algorithm>
+
 #include "qt/cp1252.h"
 #include "runtime/error.h"
 
@@ -13,8 +15,23 @@ namespace kx::qt {
 
 namespace {
 
-constexpr int kTagRole = Qt::UserRole;
-constexpr int kKeyRole = Qt::UserRole + 1;
+// A node's key and tag live beside its item, as the presenter gave them: a thousand record
+// layouts would otherwise each convert and store both as item data.
+class NodeItem : public QTreeWidgetItem {
+ public:
+  static constexpr int kType = QTreeWidgetItem::UserType + 1;
+  explicit NodeItem(const ui::TreeNode& node)
+      : QTreeWidgetItem(QStringList(ToQt(node.text)), kType), key(node.key), tag(node.tag) {}
+  std::string key;
+  std::string tag;
+};
+
+NodeItem* AsNode(QTreeWidgetItem* item) {
+  return item && item->type() == NodeItem::kType ? static_cast<NodeItem*>(item) : nullptr;
+}
+const NodeItem* AsNode(const QTreeWidgetItem* item) {
+  return item && item->type() == NodeItem::kType ? static_cast<const NodeItem*>(item) : nullptr;
+}
 
 constexpr std::string_view kHighlight = "style_winhighlight";
 
@@ -46,7 +63,8 @@ QtTreeView::QtTreeView(std::string name, QTreeWidget* tree) : QtControl(std::mov
 }
 
 std::string QtTreeView::KeyOf(const QTreeWidgetItem* item) {
-  return FromQt(item->data(0, kKeyRole).toString());
+  const NodeItem* node = AsNode(item);
+  return node ? node->key : std::string();
 }
 
 QTreeWidgetItem* QtTreeView::Item(std::string_view key) const {
@@ -65,25 +83,65 @@ void QtTreeView::Clear() {
   items_.clear();
 }
 
-void QtTreeView::AddNode(const ui::TreeNode& node) {
+QTreeWidgetItem* QtTreeView::MakeItem(const ui::TreeNode& node) const {
   if (items_.count(node.key)) Raise(kErrKeyNotUnique);
+  return new NodeItem(node);
+}
+
+void QtTreeView::AddNode(const ui::TreeNode& node) {
   QTreeWidgetItem* parent = node.parent.empty() ? nullptr : Need(node.parent);
-  auto* item = new QTreeWidgetItem(QStringList(ToQt(node.text)));
-  item->setData(0, kKeyRole, ToQt(node.key));
-  item->setData(0, kTagRole, ToQt(node.tag));
+  QTreeWidgetItem* item = MakeItem(node);
   if (parent)
     parent->addChild(item);
   else
     Widget()->addTopLevelItem(item);
-  item->setExpanded(node.expanded);
+  if (node.expanded) item->setExpanded(true);
   items_.emplace(node.key, item);
+}
+
+// The tree's model announces every insertion to the view, which for a thousand record
+// layouts added one by one costs milliseconds: new items are put together off the tree
+// and go in with one insertion per parent that is already in it.
+void QtTreeView::AddNodes(const std::vector<ui::TreeNode>& nodes) {
+  std::vector<std::pair<QTreeWidgetItem*, QList<QTreeWidgetItem*>>> batches;  // null: roots
+  std::vector<QTreeWidgetItem*> expand;
+  auto attach = [&] {
+    for (auto& [parent, items] : batches) {
+      if (parent)
+        parent->addChildren(items);
+      else
+        Widget()->addTopLevelItems(items);
+    }
+    for (QTreeWidgetItem* item : expand) item->setExpanded(true);
+  };
+  items_.reserve(items_.size() + nodes.size());
+  try {
+    for (const ui::TreeNode& node : nodes) {
+      QTreeWidgetItem* parent = node.parent.empty() ? nullptr : Need(node.parent);
+      QTreeWidgetItem* item = MakeItem(node);
+      if (parent && !parent->treeWidget()) {  // new in this call
+        parent->addChild(item);
+      } else {
+        auto batch = std::find_if(batches.begin(), batches.end(),
+                                  [&](const auto& b) { return b.first == parent; });
+        if (batch == batches.end()) batch = batches.insert(batches.end(), {parent, {}});
+        batch->second.append(item);
+      }
+      if (node.expanded) expand.push_back(item);
+      items_.emplace(node.key, item);
+    }
+  } catch (...) {
+    attach();
+    throw;
+  }
+  attach();
 }
 
 ui::TreeNode QtTreeView::NodeOf(const QTreeWidgetItem* item) const {
   ui::TreeNode node;
   node.key = KeyOf(item);
   node.text = FromQt(item->text(0));
-  node.tag = FromQt(item->data(0, kTagRole).toString());
+  node.tag = AsNode(item) ? AsNode(item)->tag : std::string();
   node.parent = item->parent() ? KeyOf(item->parent()) : std::string();
   node.expanded = item->isExpanded();
   return node;
@@ -96,7 +154,7 @@ std::optional<ui::TreeNode> QtTreeView::Node(std::string_view key) const {
 }
 
 void QtTreeView::SetTag(std::string_view key, const std::string& tag) {
-  Need(key)->setData(0, kTagRole, ToQt(tag));
+  if (NodeItem* node = AsNode(Need(key))) node->tag = tag;
 }
 
 void QtTreeView::SetExpanded(std::string_view key, bool expanded) {

@@ -33,6 +33,7 @@ class QtTreeView : public QtControl<ui::TreeView> {
   QtTreeView(std::string name, QTreeWidget* tree);
   void Clear() override;
   void AddNode(const ui::TreeNode& node) override;
+  void AddNodes(const std::vector<ui::TreeNode>& nodes) override;
   std::optional<ui::TreeNode> Node(std::string_view key) const override;
   void SetTag(std::string_view key, const std::string& tag) override;
   void SetExpanded(std::string_view key, bool expanded) override;
@@ -49,6 +50,8 @@ class QtTreeView : public QtControl<ui::TreeView> {
 
  private:
   QTreeWidgetItem* Need(std::string_view key) const;  // raises 35601
+  // A detached item for a node whose key is new (raises 35602 otherwise).
+  QTreeWidgetItem* MakeItem(const ui::TreeNode& node) const;
   ui::TreeNode NodeOf(const QTreeWidgetItem* item) const;
 
   std::unordered_map<std::string, QTreeWidgetItem*> items_;

@@ -55,7 +55,10 @@ std::string WordBytes(std::string_view utf8) {
 
 }  // namespace
 
-KeywordLexer::KeywordLexer(QObject* parent) : QsciLexerCustom(parent) {}
+KeywordLexer::KeywordLexer(QObject* parent)
+    : QsciLexerCustom(parent), fixed_font_(QFontDatabase::systemFont(QFontDatabase::FixedFont)) {
+  fixed_font_.setPointSize(10);
+}
 
 QString KeywordLexer::description(int style) const {
   switch (style) {
@@ -99,8 +102,7 @@ QColor KeywordLexer::defaultColor(int style) const {
 }
 
 QFont KeywordLexer::defaultFont(int style) const {
-  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-  font.setPointSize(10);
+  QFont font = fixed_font_;
   if (style == kComment) font.setItalic(true);
   if (style >= kFirstCategory && style < kFirstCategory + kCategoryStyles && keywords_) {
     size_t index = static_cast<size_t>(style - kFirstCategory);
@@ -128,9 +130,12 @@ void KeywordLexer::SetKeywords(const ui::KeywordSet* keywords) {
         longest_symbol_ = std::max(longest_symbol_, word.size());
       }
   }
+  // Each change is a round of calls into Scintilla: only the styles that differ get one.
   for (int style = 0; style < kFirstCategory + kCategoryStyles; ++style) {
-    setColor(defaultColor(style), style);
-    setFont(defaultFont(style), style);
+    const QColor color_wanted = defaultColor(style);
+    if (color(style) != color_wanted) setColor(color_wanted, style);
+    const QFont font_wanted = defaultFont(style);
+    if (font(style) != font_wanted) setFont(font_wanted, style);
   }
   // Everything is restyled, but only as it comes into view: styling a long text whole
   // at once would hold up the window's opening.
@@ -148,9 +153,20 @@ int KeywordLexer::WordStyle(std::string_view word) const {
 }
 
 // Lines are styled whole: nothing the language has spans a line, so each line starts fresh.
+// Scintilla asks for everything from the last styled position to the end of what it shows;
+// lines above the view are left for when they come into view, so that a window opening on
+// the end of a long text styles one screenful. Scintilla is then told that styling still
+// stops where it asked from: it asks again as it paints, and restyling shown lines that
+// did not change costs little and repaints nothing.
 void KeywordLexer::styleText(int start, int end) {
   QsciScintilla* sci = editor();
   if (!sci || end <= start) return;
+  const int asked_from = start;
+  const long shown_line =
+      sci->SendScintilla(QsciScintilla::SCI_DOCLINEFROMVISIBLE,
+                         sci->SendScintilla(QsciScintilla::SCI_GETFIRSTVISIBLELINE));
+  const long shown_from = sci->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE, shown_line);
+  if (shown_from > start && shown_from < end) start = static_cast<int>(shown_from);
   const long first_line = sci->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, start);
   const long last_line = sci->SendScintilla(QsciScintilla::SCI_LINEFROMPOSITION, end - 1);
   start = static_cast<int>(sci->SendScintilla(QsciScintilla::SCI_POSITIONFROMLINE, first_line));
@@ -253,6 +269,7 @@ void KeywordLexer::styleText(int start, int end) {
   }
   // One call for the whole range: Scintilla announces every styling call as a change.
   sci->SendScintilla(QsciScintilla::SCI_SETSTYLINGEX, static_cast<unsigned long>(n), styles.data());
+  if (start > asked_from) startStyling(asked_from);
 }
 
 }  // namespace kx::qt

@@ -4,6 +4,8 @@
 
 #include <Qsci/qscilexercustom.h>
 
+#include <QFont>
+
 #include <string>
 #include <unordered_map>
 
@@ -41,6 +43,7 @@ class KeywordLexer : public QsciLexerCustom {
  private:
   int WordStyle(std::string_view word) const;
 
+  QFont fixed_font_;  // what every style starts from
   const ui::KeywordSet* keywords_ = nullptr;
   std::unordered_map<std::string, int> symbols_;  // operator words such as "<>" -> style
   size_t longest_symbol_ = 0;

@@ -153,7 +153,17 @@ QtButton& QtExprBldView::Command(std::string_view name) {
     widget->setMinimumHeight(kPadButtonHeight * 2 / 3);
     widget->setMaximumHeight(kPadButtonHeight);
     ++pad_count_;
-    PlacePad();
+    // Named in the pad's order, as the presenter names them, a button just goes last.
+    const size_t rank = PadRank(key);
+    if (rank >= pad_last_rank_) {
+      const int at = pad_count_ - 1;
+      pad_->setRowStretch(at / kPadColumns, 0);
+      pad_->addWidget(widget, at / kPadColumns, at % kPadColumns);
+      pad_->setRowStretch(at / kPadColumns + 1, 1);
+      pad_last_rank_ = rank;
+    } else {
+      PlacePad();
+    }
   }
   widget->show();
   return *commands_.back();

@@ -92,7 +92,7 @@ void ExpressionBuilder::Show(int16_t modal) {
   const bool is_modal = modal != 0;
   auto view = [&]() -> ui::ExprBldView& { return Window().View(); };
   IgnoringErrors([&] {
-    if (!view().KXEditor1().Text().empty()) view().KXEditor1().Clear();
+    if (!view().KXEditor1().Empty()) view().KXEditor1().Clear();
   });
   IgnoringErrors([&] { view().KXEditor1().InsertText(expression_); });
   IgnoringErrors([&] {

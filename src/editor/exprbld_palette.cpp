@@ -1,7 +1,9 @@
 // frmExprBld's token palette: the tree of token categories, the token grid with its
 // description labels, and the rules that turn a picked token into expression text.
 
+#include <algorithm>
 #include <initializer_list>
+#include <vector>
 
 #include "editor/frm_expr_bld.h"
 #include "functions/tlb_browse.h"
@@ -64,10 +66,18 @@ template <typename Side>
 void AddRecordNodes(ui::TreeView& tree, Side& side, const std::string& parent,
                     const std::string& prefix) {
   int32_t count = side.RecordLayoutCount();
-  for (int32_t i = 0; i < count; ++i) {
-    tree.AddNode({prefix + std::to_string(i), side.RecordLayoutList(CheckedInt16(i)), "record",
-                  parent, false});
+  std::vector<ui::TreeNode> nodes;
+  nodes.reserve(static_cast<size_t>(std::max(count, 0)));
+  // A host that fails part way still leaves the layouts it named in the tree.
+  try {
+    for (int32_t i = 0; i < count; ++i)
+      nodes.push_back({prefix + std::to_string(i), side.RecordLayoutList(CheckedInt16(i)), "record",
+                       parent, false});
+  } catch (...) {
+    tree.AddNodes(nodes);
+    throw;
   }
+  tree.AddNodes(nodes);
 }
 
 template <typename Side>
@@ -123,11 +133,12 @@ void frmExprBld::BuildTreeView(const std::function<void()>& add_user_nodes) {
     if (add_user_nodes) add_user_nodes();
     tree.AddNode({"FNC", "Flow Control and Functions", "FNC", "", true});
     host_library_.reset();
+    host_library_path_ = builder.KXTypeLibPath();
     // No registered host library is no error: the tree just has no function categories.
     host_library_ = std::make_shared<const typelib::Library>(
-        builder.KXTypeLibPath().empty()
+        host_library_path_.empty()
             ? typelib::Library{}
-            : OpenRegisteredLibrary(builder.KXTypeLibPath(), context_.library_base));
+            : OpenRegisteredLibrary(host_library_path_, context_.library_base));
     for (const TreeNodeData& n : FunctionTreeNodes(*host_library_))
       tree.AddNode({n.key, n.text, n.tag, n.parent, false});
     tree.AddNode({"OTL", "Type Libraries", "OTL", "", true});
@@ -206,9 +217,13 @@ void frmExprBld::BuildFunctionTokens(const std::string& category) {
     ui::Grid& grid = View().ssdgridtokens();
     RedrawOff redraw(grid);
     grid.RemoveAll();
-    for (const std::string& row :
-         kx::BuildFunctionTokens(Builder().KXTypeLibPath(), category, context_.library_base))
-      grid.AddRow(row);
+    const std::string path = Builder().KXTypeLibPath();
+    // The library the tree was built from is read already; the window opens on "All".
+    const std::vector<std::string> rows =
+        host_library_ && !path.empty() && path == host_library_path_
+            ? kx::BuildFunctionTokens(*host_library_, category, IsHostLibraryPath(path))
+            : kx::BuildFunctionTokens(path, category, context_.library_base);
+    for (const std::string& row : rows) grid.AddRow(row);
   });
 }
 

@@ -270,7 +270,7 @@ void frmExprBld::Form_Activate() {
       TreeView1_NodeClick("All");
     }
     comment_length_ = 0;
-    if (Editor().Text().empty()) {
+    if (Editor().Empty()) {
       std::filesystem::path comments = context_.current_dir / "comments.txt";
       // No file, no hint: the directory is never written.
       if (FileExists(comments)) {

@@ -150,6 +150,7 @@ class frmExprBld : public BuilderWindow, public ui::ExprBldEvents {
 
   // ---- private helpers of the palette part (exprbld_palette.cpp) ----
   std::shared_ptr<const typelib::Library> host_library_;
+  std::string host_library_path_;  // the registered path host_library_ was opened from
   KXExpressionBuilder& Builder() const;
   // The selected tree node; nullopt when none is selected.
   std::optional<ui::TreeNode> SelectedNode();

@@ -15,6 +15,8 @@ namespace kx::ui {
 class EditorControl : public Control {
  public:
   virtual std::string Text() const = 0;
+  // Whether there is no text; a control may answer without copying a long one out.
+  virtual bool Empty() const { return Text().empty(); }
   // Inserts at the caret, replacing the selection; the caret ends after the text. One
   // undo step.
   virtual void InsertText(const std::string& text) = 0;

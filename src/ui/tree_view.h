@@ -26,6 +26,11 @@ class TreeView : public Control {
   // the tree raises 35602 ("Key is not unique in collection"); a parent that is not there
   // raises 35601 ("Element not found").
   virtual void AddNode(const TreeNode& node) = 0;
+  // AddNode for each in order; a view may add them in fewer steps. On an error the nodes
+  // before the failing one are in the tree.
+  virtual void AddNodes(const std::vector<TreeNode>& nodes) {
+    for (const TreeNode& node : nodes) AddNode(node);
+  }
   // The node under `key`, or nullopt.
   virtual std::optional<TreeNode> Node(std::string_view key) const = 0;
   // Missing keys raise 35601.

@@ -260,6 +260,22 @@ TEST(QtEditor, KeywordFileColoursCategoriesStringsCommentsNumbersAndFields) {
   EXPECT_EQ(e.control.StyleAt(1), constructs);
   e.control.ReloadKeywords();
   EXPECT_EQ(e.widget->SendScintilla(QsciScintilla::SCI_GETENDSTYLED), styled);
+
+  // Shown from its end, a long text gets the lines in view styled, not those above them,
+  // which are styled as they come into view (or when asked about).
+  auto raw = [&](long at) { return e.widget->SendScintilla(QsciScintilla::SCI_GETSTYLEAT, at); };
+  e.control.Clear();
+  e.control.InsertText(many);  // the caret, and the view, at the end
+  e.widget->grab();
+  const long last_if = static_cast<long>(many.size()) - 10;
+  EXPECT_EQ(raw(last_if), constructs);
+  EXPECT_EQ(raw(0), L::kDefault);
+  EXPECT_EQ(raw(static_cast<long>(many.size()) / 2), L::kDefault);
+  EXPECT_EQ(e.control.StyleAt(12), constructs);  // line 2, asked about
+  e.control.SetCaretPosition(1);
+  e.widget->grab();
+  EXPECT_EQ(raw(0), constructs);
+  EXPECT_EQ(raw(last_if), constructs);
 }
 
 }  // namespace

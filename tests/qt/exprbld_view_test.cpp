@@ -5,6 +5,7 @@
 #include <QTest>
 #include <QToolButton>
 
+#include "error_of.h"
 #include "qt/cp1252.h"
 #include "qt_rig.h"
 
@@ -121,6 +122,40 @@ std::string TreeText(QTreeWidget* tree) {
   };
   for (int i = 0; i < tree->topLevelItemCount(); ++i) walk(tree->topLevelItem(i));
   return text;
+}
+
+// Nodes added in one call land as if added one by one: order, nesting under new and old
+// parents, expansion; a failing node leaves those before it in the tree.
+TEST(QtTreeView, AddNodesMatchesAddingOneByOne) {
+  const std::vector<ui::TreeNode> nodes = {
+      {"R", "Root", "", "", true},  {"A", "a", "t", "R", false}, {"S", "Second", "", "", false},
+      {"A1", "a1", "", "A", false}, {"B", "b", "", "R", true},   {"B1", "b1", "", "B", false},
+      {"S1", "s1", "", "S", false}, {"A2", "a2", "", "A", false}};
+  auto shape = [](qt::QtTreeView& view) {
+    std::string text = TreeText(view.Widget());
+    for (const ui::TreeNode& node : view.Nodes())
+      text += node.key + (node.expanded ? "+" : "-") + node.tag;
+    return text;
+  };
+  QTreeWidget one_widget, batch_widget;
+  qt::QtTreeView one("one", &one_widget), batch("batch", &batch_widget);
+  one.AddNode(nodes[0]);
+  batch.AddNode(nodes[0]);  // a parent already in the tree
+  for (size_t i = 1; i < nodes.size(); ++i) one.AddNode(nodes[i]);
+  batch.AddNodes({nodes.begin() + 1, nodes.end()});
+  EXPECT_EQ(shape(batch), shape(one));
+
+  EXPECT_EQ(ErrorOf([&] {
+              batch.AddNodes({{"C", "c", "", "B", false}, {"C", "again", "", "", false}});
+            }),
+            kErrKeyNotUnique);
+  EXPECT_EQ(ErrorOf([&] {
+              batch.AddNodes({{"D", "d", "", "C", false}, {"E", "e", "", "Nowhere", false}});
+            }),
+            kErrElementNotFound);
+  EXPECT_EQ(batch.ChildCount("B"), 2);
+  EXPECT_EQ(batch.ChildCount("C"), 1);
+  EXPECT_FALSE(batch.Node("E"));
 }
 
 TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
