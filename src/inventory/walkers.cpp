@@ -82,19 +82,6 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
 
         auto record = arena_.NewRecord();
         record->ExpressionType = type;
-        std::vector<std::string> args;
-        std::string layout_name;
-        if (layout_owner) {
-          layout_name = layout_owner->Get("RecordLayoutName").ToText();
-          args.push_back(layout_name);
-        }
-        args.push_back(Num(e + 1));
-        args.push_back(GetValue(GetObjectMember(event, "Info"), "Name").ToText());
-        args.push_back(Num(a + 1));
-        args.push_back(GetValue(info, "Name").ToText());
-        args.push_back(Num(p + 1));
-        args.push_back(GetValue(info, "ParameterName", {pv}).ToText());
-        record->Description = FormatMessageText(EventFormat(type), args);
         const std::string tail = Key({"a" + Num(a), "p" + Num(p)});
         switch (type) {
           case kConversionEventExpression:
@@ -108,6 +95,20 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
             record->ExpressionKey = Key({"srl" + Num(layout), "e" + Num(e), tail});
             break;
         }
+        Expect(record->ExpressionKey);
+        std::vector<std::string> args;
+        std::string layout_name;
+        if (layout_owner) {
+          layout_name = layout_owner->Get("RecordLayoutName").ToText();
+          args.push_back(layout_name);
+        }
+        args.push_back(Num(e + 1));
+        args.push_back(GetValue(GetObjectMember(event, "Info"), "Name").ToText());
+        args.push_back(Num(a + 1));
+        args.push_back(GetValue(info, "Name").ToText());
+        args.push_back(Num(p + 1));
+        args.push_back(GetValue(info, "ParameterName", {pv}).ToText());
+        record->Description = FormatMessageText(EventFormat(type), args);
         record->ExpressionText = text;
         record->ReplacedExpression = std::move(text);
         record->OrdinalPosition = p;
@@ -166,9 +167,10 @@ void ExpressionList::BuildDataChangeMonitorExpressionList() {
       if (text.empty()) continue;
       auto record = arena_.NewRecord();
       record->ExpressionType = kDataChangeMonitorExpression;
+      record->ExpressionKey = Key({"s0", "rl" + Num(r), "dcm" + Num(m)});
+      Expect(record->ExpressionKey);
       record->Description =
           FormatMessageText("Record (%1), Data Change Monitor (%2)", {Num(r), Num(m)});
-      record->ExpressionKey = Key({"s0", "rl" + Num(r), "dcm" + Num(m)});
       record->ExpressionText = text;
       record->ReplacedExpression = std::move(text);
       record->OrdinalPosition = m;
@@ -213,8 +215,10 @@ void ExpressionList::BuildSortFieldExpressionList() {
       [&] { return s.SortFieldCount(); }, [&](int16_t n) { s.SetSortFieldPos(n); },
       [&] { return s.SortFieldExpression(); },
       [&](int32_t n, std::string text) {
+        std::string key = "ssort" + Num(n);
+        Expect(key);
         Append(Simple(arena_, kSortFieldExpression, FormatMessageText("Sort Field (%1)", {Num(n)}),
-                      "ssort" + Num(n), std::move(text), n));
+                      std::move(key), std::move(text), n));
       });
 }
 
@@ -224,8 +228,10 @@ void ExpressionList::BuildSourceFilterExpressionList() {
   WalkList([&] { return s.FilterCount(); }, [&](int16_t n) { s.SetFilterPos(n); },
            [&] { return s.FilterExpression(); },
            [&](int32_t n, std::string text) {
+             std::string key = "sfilt" + Num(n);
+             Expect(key);
              Append(Simple(arena_, kSourceFilterExpression,
-                           FormatMessageText("Source Filter(%1)", {Num(n)}), "sfilt" + Num(n),
+                           FormatMessageText("Source Filter(%1)", {Num(n)}), std::move(key),
                            std::move(text), n));
            });
 }
@@ -237,8 +243,10 @@ void ExpressionList::BuildTargetFilterExpressionList() {
            [&] { return t.FilterExpression(); },
            [&](int32_t n, std::string text) {
              // Same key prefix as the source's filters, as hosts have always seen it.
+             std::string key = "sfilt" + Num(n);
+             Expect(key);
              Append(Simple(arena_, kTargetFilterExpression,
-                           FormatMessageText("Target Filter(%1)", {Num(n)}), "sfilt" + Num(n),
+                           FormatMessageText("Target Filter(%1)", {Num(n)}), std::move(key),
                            std::move(text), n));
            });
 }
@@ -255,9 +263,11 @@ void ExpressionList::BuildTargetFieldExpressionList() {
     if (text.empty()) continue;
     const std::string layout = t.RecordLayoutName();
     const std::string field = t.fieldname();
+    std::string key = Key({"trl0", "f" + Num(f)});
+    Expect(key);
     auto record = Simple(arena_, kTargetFieldExpression,
                          FormatMessageText("Target Record (%1) Field (%2)", {layout, field}),
-                         Key({"trl0", "f" + Num(f)}), std::move(text), f);
+                         std::move(key), std::move(text), f);
     record->RLName = layout;
     record->RLOrdinalPosition = 0;
     record->ExpressionName = field;
