@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <mutex>
 #include <new>
 
 #include "inventory/large_pages.h"
@@ -14,33 +13,6 @@ namespace {
 constexpr size_t kHeader = 64;  // keeps records cache-line aligned after the block header
 // A record finds its block by rounding its address down to the block size.
 static_assert(RecordArena::kBlockSize == kLargePageSize);
-
-// Released blocks wait here for the next records instead of going back to the system. A
-// fresh block costs a page fault and the zeroing of all its memory, and far more than that on
-// a virtual machine that hands free memory back to its host; rebuilding a large inventory then
-// paid that again for every block. The general heap keeps the records' strings the same way.
-// Every block here was in use once, so no more is kept than the most ever in use at once.
-struct FreeBlock {
-  FreeBlock* next;
-};
-std::mutex free_mutex;
-FreeBlock* free_blocks = nullptr;
-
-void* TakeBlock() {
-  {
-    std::lock_guard lock(free_mutex);
-    if (FreeBlock* block = free_blocks) {
-      free_blocks = block->next;
-      return block;
-    }
-  }
-  return AllocateLargePages(RecordArena::kBlockSize);
-}
-
-void GiveBlock(void* p) noexcept {
-  std::lock_guard lock(free_mutex);
-  free_blocks = new (p) FreeBlock{free_blocks};
-}
 
 }  // namespace
 
@@ -94,7 +66,7 @@ void* RecordArena::Allocate(size_t bytes) {
   // Only the arena holds the current block: nothing in it is live, so it starts over.
   if (current_ && current_->holds.load(std::memory_order_acquire) == 1) current_->used = kHeader;
   if (!current_ || current_->used + bytes > kBlockSize) {
-    Block* block = new (TakeBlock()) Block{{1}, kHeader};
+    Block* block = new (AllocateLargePages(kBlockSize)) Block{{1}, kHeader};
     if (current_) Drop(current_);
     current_ = block;
   }
@@ -111,7 +83,7 @@ void RecordArena::Release(void* p) {
 void RecordArena::Drop(Block* block) {
   if (block->holds.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     block->~Block();
-    GiveBlock(block);
+    FreeLargePages(block, kBlockSize);
   }
 }
 

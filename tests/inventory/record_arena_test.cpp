@@ -98,8 +98,15 @@ TEST(LargePagesTest, BigArraysComeAlignedAndKeepTheirContentsThroughGrowth) {
   std::vector<std::string, LargePageAllocator<std::string>> small(3, "kept");
   small.resize(100);
   EXPECT_EQ(small[2], "kept");
+  // Released memory is kept for the next request of its size, contents and all.
+  const uint64_t* const old = big.data();
+  const size_t capacity = big.capacity();
   big.clear();
   big.shrink_to_fit();
+  std::vector<uint64_t, LargePageAllocator<uint64_t>> again;
+  again.reserve(capacity);
+  ASSERT_EQ(again.data(), old);
+  EXPECT_EQ(old[9973], 9973u * 3);
 }
 
 }  // namespace
