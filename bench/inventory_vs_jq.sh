@@ -5,8 +5,8 @@
 # 100,000 expressions and prints that ratio (linear is 2.0; target: at most 2.1), in wall and
 # CPU time. Builds what it needs (preset bench).
 #   bench/inventory_vs_jq.sh
-# INVENTORY_TURNS sets the turns of each size (default 20).
-# A shared machine blurs even the best of twenty; instruction counts do not: run
+# INVENTORY_TURNS sets the turns of each size (default 40).
+# A shared machine blurs even the best of forty; instruction counts do not: run
 #   valgrind --tool=callgrind --toggle-collect='kx::ExpressionList::BuildCompleteConversionExpressionList()'
 #     build/bench/bench/bench_inventory --benchmark_filter='BM_BuildInventory/100000$' --benchmark_min_time=0.0001
 # and the same for 200000, and compare the "Collected" counts.
@@ -55,11 +55,12 @@ awk -v a="$kx_ms" -v b="$jq_ms" 'BEGIN {
 
 # The two sizes take turns, each in a process of its own (a parse fragments the heap in
 # proportion to its document, and a build allocates into the gaps: the larger document would
-# slow the smaller one's builds). The best of twenty builds of each size, since a shared
-# machine only ever adds time; every turn times exactly one build (a minimum time would
-# average three or four small builds against one or two large ones).
-turns=${INVENTORY_TURNS:-20}
-rounds=4
+# slow the smaller one's builds). The best of forty builds of each size, since a shared
+# machine only ever adds time and a longer build is less likely to meet a quiet moment
+# whole; every turn times exactly one build (a minimum time would average three or four
+# small builds against one or two large ones).
+turns=${INVENTORY_TURNS:-40}
+rounds=8
 for round in $(seq "$rounds"); do
   sizes="100000 200000"
   [ $((round % 2)) = 0 ] && sizes="200000 100000"
