@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "inventory/dispatch.h"
 #include "inventory/expression_info.h"
@@ -87,6 +88,11 @@ class ExpressionList {
   RecordTable& Items();
   bool FindKey(const std::string& key, Record& record);
   void Append(Record record);
+  // Called with a record's key as soon as it is known, before the rest of the record is
+  // filled: the index slot it will need is then loaded while that work goes on.
+  void Expect(std::string_view key) {
+    if (items_) items_->Prefetch(key);
+  }
   void WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& events, bool parameters_only,
                   int32_t layout, Dispatch* layout_owner);
   void AddModule(const std::string& name, int32_t position);

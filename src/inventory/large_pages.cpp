@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <mutex>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -15,11 +16,8 @@ namespace {
 size_t WholeBlocks(size_t bytes) {
   return (bytes + kLargePageSize - 1) & ~(kLargePageSize - 1);
 }
-}  // namespace
 
-void* AllocateLargePages(size_t bytes) {
-  const size_t size = WholeBlocks(bytes);
-  if (size < bytes) throw std::bad_alloc();
+void* SystemAllocate(size_t size) {
 #if defined(__linux__)
   // One block more than needed, then the unaligned ends are given back.
   void* raw = mmap(nullptr, size + kLargePageSize, PROT_READ | PROT_WRITE,
@@ -44,16 +42,39 @@ void* AllocateLargePages(size_t bytes) {
 #endif
 }
 
+// Released memory never goes back to the system: it waits here for a request of the same
+// size. Fresh memory costs a fault and the zeroing of every page, and far more on a virtual
+// machine that hands free memory back to its host, where large requests meet such memory
+// first; rebuilding a large inventory paid that for all of it again. The sizes a build asks
+// for (record blocks, arrays doubling) recur from one build to the next, so what is kept is
+// about what the largest build so far used, as with the general heap.
+struct FreeRegion {
+  FreeRegion* next;
+  size_t size;
+};
+std::mutex free_mutex;
+FreeRegion* free_regions = nullptr;
+
+}  // namespace
+
+void* AllocateLargePages(size_t bytes) {
+  const size_t size = WholeBlocks(bytes);
+  if (size < bytes) throw std::bad_alloc();
+  {
+    std::lock_guard lock(free_mutex);
+    for (FreeRegion** link = &free_regions; *link; link = &(*link)->next) {
+      if ((*link)->size != size) continue;
+      FreeRegion* region = *link;
+      *link = region->next;
+      return region;
+    }
+  }
+  return SystemAllocate(size);
+}
+
 void FreeLargePages(void* p, size_t bytes) noexcept {
-#if defined(__linux__)
-  munmap(p, WholeBlocks(bytes));
-#elif defined(_WIN32)
-  (void)bytes;
-  _aligned_free(p);
-#else
-  (void)bytes;
-  std::free(p);
-#endif
+  std::lock_guard lock(free_mutex);
+  free_regions = new (p) FreeRegion{free_regions, WholeBlocks(bytes)};
 }
 
 }  // namespace kx

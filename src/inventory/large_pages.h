@@ -12,7 +12,8 @@ namespace kx {
 inline constexpr size_t kLargePageSize = size_t{2} << 20;
 
 // At least `bytes`, rounded up to whole blocks and aligned to kLargePageSize; released with
-// FreeLargePages and the same `bytes`.
+// FreeLargePages and the same `bytes`, which keeps the memory for a later request of that
+// size rather than giving it back to the system.
 void* AllocateLargePages(size_t bytes);
 void FreeLargePages(void* p, size_t bytes) noexcept;
 

@@ -6,19 +6,6 @@
 
 #include "inventory/large_pages.h"
 
-// Under AddressSanitizer each record keeps its own heap allocation, so that a use after
-// release is still caught.
-#if defined(__SANITIZE_ADDRESS__)
-#define KX_RECORD_ARENA 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KX_RECORD_ARENA 0
-#endif
-#endif
-#ifndef KX_RECORD_ARENA
-#define KX_RECORD_ARENA 1
-#endif
-
 namespace kx {
 
 namespace {

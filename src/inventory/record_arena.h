@@ -3,8 +3,8 @@
 // of them; taken one by one from the general heap they end up scattered over many small
 // pages, and the time per record grows with the size of the conversion. The arena packs
 // them into large aligned blocks instead, which the system may back with huge pages. A
-// block goes back to the system when its last record is released, so records may outlive
-// the arena and be released from any thread.
+// block is free again when its last record is released, so records may outlive the arena
+// and be released from any thread; free blocks are kept for the next arena.
 
 #include <atomic>
 #include <cstddef>
@@ -12,6 +12,19 @@
 #include <utility>
 
 #include "inventory/expression_info.h"
+
+// Under AddressSanitizer each record keeps its own heap allocation, so that a use after
+// release is still caught.
+#if defined(__SANITIZE_ADDRESS__)
+#define KX_RECORD_ARENA 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KX_RECORD_ARENA 0
+#endif
+#endif
+#ifndef KX_RECORD_ARENA
+#define KX_RECORD_ARENA 1
+#endif
 
 namespace kx {
 

@@ -69,6 +69,14 @@ size_t RecordTable::Probe(std::string_view key, size_t hash) const {
   return slot;
 }
 
+void RecordTable::Prefetch(std::string_view key) const {
+#if defined(__GNUC__)
+  if (!index_.empty()) __builtin_prefetch(&index_[Slot(HashKey(key))], 1);
+#else
+  (void)key;
+#endif
+}
+
 const RecordTable::Record* RecordTable::Find(std::string_view key) const {
   if (index_.empty()) return nullptr;
   const uint64_t found = index_[Probe(key, HashKey(key))];

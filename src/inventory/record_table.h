@@ -28,6 +28,9 @@ class RecordTable {
   void Add(Record record, std::string_view key);
   // The record at a 1-based position; others raise 9.
   const Record& Item(int32_t position) const;
+  // Starts loading the index slot of `key`. A large table's index does not stay in the
+  // caches while a walk streams records through them, and each add would wait on memory.
+  void Prefetch(std::string_view key) const;
   // The record under `key`, or null.
   const Record* Find(std::string_view key) const;
   // Removes the record at a 1-based position; others raise 9.

@@ -1,6 +1,7 @@
 // The walkers: each collects the expressions of one region of the conversion.
 
 #include <string>
+#include <string_view>
 
 #include "inventory/expression_list.h"
 #include "runtime/files.h"
@@ -16,6 +17,13 @@ constexpr int32_t kExpressionParameterKind = 2;
 
 std::string Num(int64_t n) {
   return std::to_string(n);
+}
+
+// A key part: a tag and a number.
+std::string Tagged(std::string_view tag, int64_t n) {
+  std::string part(tag);
+  part += std::to_string(n);
+  return part;
 }
 
 std::string Key(std::initializer_list<std::string> parts) {
@@ -82,6 +90,20 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
 
         auto record = arena_.NewRecord();
         record->ExpressionType = type;
+        const std::string tail = Key({Tagged("a", a), Tagged("p", p)});
+        switch (type) {
+          case kConversionEventExpression:
+            record->ExpressionKey = Key({Tagged("ce", e), tail});
+            break;
+          case kSourceEventExpression:
+          case kTargetEventExpression:
+            record->ExpressionKey = Key({Tagged("se", e), tail});
+            break;
+          default:
+            record->ExpressionKey = Key({Tagged("srl", layout), Tagged("e", e), tail});
+            break;
+        }
+        Expect(record->ExpressionKey);
         std::vector<std::string> args;
         std::string layout_name;
         if (layout_owner) {
@@ -95,19 +117,6 @@ void ExpressionList::WalkEvents(int16_t type, const std::shared_ptr<Dispatch>& e
         args.push_back(Num(p + 1));
         args.push_back(GetValue(info, "ParameterName", {pv}).ToText());
         record->Description = FormatMessageText(EventFormat(type), args);
-        const std::string tail = Key({"a" + Num(a), "p" + Num(p)});
-        switch (type) {
-          case kConversionEventExpression:
-            record->ExpressionKey = Key({"ce" + Num(e), tail});
-            break;
-          case kSourceEventExpression:
-          case kTargetEventExpression:
-            record->ExpressionKey = Key({"se" + Num(e), tail});
-            break;
-          default:
-            record->ExpressionKey = Key({"srl" + Num(layout), "e" + Num(e), tail});
-            break;
-        }
         record->ExpressionText = text;
         record->ReplacedExpression = std::move(text);
         record->OrdinalPosition = p;
@@ -166,9 +175,10 @@ void ExpressionList::BuildDataChangeMonitorExpressionList() {
       if (text.empty()) continue;
       auto record = arena_.NewRecord();
       record->ExpressionType = kDataChangeMonitorExpression;
+      record->ExpressionKey = Key({"s0", Tagged("rl", r), Tagged("dcm", m)});
+      Expect(record->ExpressionKey);
       record->Description =
           FormatMessageText("Record (%1), Data Change Monitor (%2)", {Num(r), Num(m)});
-      record->ExpressionKey = Key({"s0", "rl" + Num(r), "dcm" + Num(m)});
       record->ExpressionText = text;
       record->ReplacedExpression = std::move(text);
       record->OrdinalPosition = m;
@@ -213,8 +223,10 @@ void ExpressionList::BuildSortFieldExpressionList() {
       [&] { return s.SortFieldCount(); }, [&](int16_t n) { s.SetSortFieldPos(n); },
       [&] { return s.SortFieldExpression(); },
       [&](int32_t n, std::string text) {
+        std::string key = Tagged("ssort", n);
+        Expect(key);
         Append(Simple(arena_, kSortFieldExpression, FormatMessageText("Sort Field (%1)", {Num(n)}),
-                      "ssort" + Num(n), std::move(text), n));
+                      std::move(key), std::move(text), n));
       });
 }
 
@@ -224,8 +236,10 @@ void ExpressionList::BuildSourceFilterExpressionList() {
   WalkList([&] { return s.FilterCount(); }, [&](int16_t n) { s.SetFilterPos(n); },
            [&] { return s.FilterExpression(); },
            [&](int32_t n, std::string text) {
+             std::string key = Tagged("sfilt", n);
+             Expect(key);
              Append(Simple(arena_, kSourceFilterExpression,
-                           FormatMessageText("Source Filter(%1)", {Num(n)}), "sfilt" + Num(n),
+                           FormatMessageText("Source Filter(%1)", {Num(n)}), std::move(key),
                            std::move(text), n));
            });
 }
@@ -237,8 +251,10 @@ void ExpressionList::BuildTargetFilterExpressionList() {
            [&] { return t.FilterExpression(); },
            [&](int32_t n, std::string text) {
              // Same key prefix as the source's filters, as hosts have always seen it.
+             std::string key = Tagged("sfilt", n);
+             Expect(key);
              Append(Simple(arena_, kTargetFilterExpression,
-                           FormatMessageText("Target Filter(%1)", {Num(n)}), "sfilt" + Num(n),
+                           FormatMessageText("Target Filter(%1)", {Num(n)}), std::move(key),
                            std::move(text), n));
            });
 }
@@ -255,9 +271,11 @@ void ExpressionList::BuildTargetFieldExpressionList() {
     if (text.empty()) continue;
     const std::string layout = t.RecordLayoutName();
     const std::string field = t.fieldname();
+    std::string key = Key({"trl0", Tagged("f", f)});
+    Expect(key);
     auto record = Simple(arena_, kTargetFieldExpression,
                          FormatMessageText("Target Record (%1) Field (%2)", {layout, field}),
-                         Key({"trl0", "f" + Num(f)}), std::move(text), f);
+                         std::move(key), std::move(text), f);
     record->RLName = layout;
     record->RLOrdinalPosition = 0;
     record->ExpressionName = field;
