@@ -42,18 +42,33 @@ void* SystemAllocate(size_t size) {
 #endif
 }
 
-// Released memory never goes back to the system: it waits here for a request of the same
-// size. Fresh memory costs a fault and the zeroing of every page, and far more on a virtual
+void SystemFree(void* p, size_t size) noexcept {
+#if defined(__linux__)
+  munmap(p, size);
+#elif defined(_WIN32)
+  (void)size;
+  _aligned_free(p);
+#else
+  (void)size;
+  std::free(p);
+#endif
+}
+
+// Released memory waits here for a request of the same size instead of going back to the
+// system. Fresh memory costs a fault and the zeroing of every page, and far more on a virtual
 // machine that hands free memory back to its host, where large requests meet such memory
 // first; rebuilding a large inventory paid that for all of it again. The sizes a build asks
 // for (record blocks, arrays doubling) recur from one build to the next, so what is kept is
-// about what the largest build so far used, as with the general heap.
+// about what the largest build so far used. A cap keeps a long-lived host that built one
+// huge inventory, or many of different sizes, from holding on to all of it.
+constexpr size_t kMaxKept = size_t{512} << 20;
 struct FreeRegion {
   FreeRegion* next;
   size_t size;
 };
 std::mutex free_mutex;
 FreeRegion* free_regions = nullptr;
+size_t kept = 0;
 
 }  // namespace
 
@@ -66,6 +81,7 @@ void* AllocateLargePages(size_t bytes) {
       if ((*link)->size != size) continue;
       FreeRegion* region = *link;
       *link = region->next;
+      kept -= size;
       return region;
     }
   }
@@ -73,8 +89,16 @@ void* AllocateLargePages(size_t bytes) {
 }
 
 void FreeLargePages(void* p, size_t bytes) noexcept {
-  std::lock_guard lock(free_mutex);
-  free_regions = new (p) FreeRegion{free_regions, WholeBlocks(bytes)};
+  const size_t size = WholeBlocks(bytes);
+  {
+    std::lock_guard lock(free_mutex);
+    if (kept + size <= kMaxKept) {
+      free_regions = new (p) FreeRegion{free_regions, size};
+      kept += size;
+      return;
+    }
+  }
+  SystemFree(p, size);
 }
 
 }  // namespace kx
