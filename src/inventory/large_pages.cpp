@@ -1,8 +1,8 @@
 #include "inventory/large_pages.h"
 
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
-#include <mutex>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -66,7 +66,18 @@ struct FreeRegion {
   FreeRegion* next;
   size_t size;
 };
-std::mutex free_mutex;
+// A spin lock: held for a few pointer moves, and std::mutex is missing from some
+// Windows toolchains.
+std::atomic_flag free_lock;
+struct FreeListLock {
+  FreeListLock() {
+    while (free_lock.test_and_set(std::memory_order_acquire)) {
+    }
+  }
+  ~FreeListLock() { free_lock.clear(std::memory_order_release); }
+  FreeListLock(const FreeListLock&) = delete;
+  FreeListLock& operator=(const FreeListLock&) = delete;
+};
 FreeRegion* free_regions = nullptr;
 size_t kept = 0;
 
@@ -76,7 +87,7 @@ void* AllocateLargePages(size_t bytes) {
   const size_t size = WholeBlocks(bytes);
   if (size < bytes) throw std::bad_alloc();
   {
-    std::lock_guard lock(free_mutex);
+    FreeListLock lock;
     for (FreeRegion** link = &free_regions; *link; link = &(*link)->next) {
       if ((*link)->size != size) continue;
       FreeRegion* region = *link;
@@ -91,7 +102,7 @@ void* AllocateLargePages(size_t bytes) {
 void FreeLargePages(void* p, size_t bytes) noexcept {
   const size_t size = WholeBlocks(bytes);
   {
-    std::lock_guard lock(free_mutex);
+    FreeListLock lock;
     if (kept + size <= kMaxKept) {
       free_regions = new (p) FreeRegion{free_regions, size};
       kept += size;
