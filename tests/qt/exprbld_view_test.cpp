@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMenuBar>
+#include <QScreen>
 #include <QTest>
 #include <QToolButton>
 
@@ -156,6 +158,62 @@ TEST(QtTreeView, AddNodesMatchesAddingOneByOne) {
   EXPECT_EQ(batch.ChildCount("B"), 2);
   EXPECT_EQ(batch.ChildCount("C"), 1);
   EXPECT_FALSE(batch.Node("E"));
+}
+
+// What the window shows of a widget (its last paints, as they stand) and what painting it
+// afresh gives: a repaint that leaves out something that changed shows in the first.
+std::pair<QImage, QImage> OnScreenAndFresh(QWidget* widget) {
+  QCoreApplication::processEvents();
+  QWidget* window = widget->window();
+  const QRect at(widget->mapTo(window, QPoint(0, 0)), widget->size());
+  QImage shown = window->screen()->grabWindow(window->winId()).toImage().copy(at);
+  return {shown.convertToFormat(QImage::Format_RGB32),
+          widget->grab().toImage().convertToFormat(QImage::Format_RGB32)};
+}
+
+TEST(QtExprBldView, FocusMovingOnRepaintsWhatItChanges) {
+  QtRig rig;
+  rig.builder->Show(0);
+  qt::QtExprBldView& view = rig.view();
+  qt::GridWidget* grid = view.ssdgridtokens().Widget();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(view.Main()));
+  // The opening focuses the grid, lets it be painted, then focuses the editor.
+  EXPECT_TRUE(view.KXEditor1().Widget()->hasFocus());
+  auto [shown, fresh] = OnScreenAndFresh(grid);
+  EXPECT_EQ(shown, fresh);
+
+  grid->setFocus();
+  auto [focused, focused_fresh] = OnScreenAndFresh(grid);
+  EXPECT_EQ(focused, focused_fresh);
+  EXPECT_NE(focused, fresh);  // the focus shows, so leaving it must be repainted
+  view.KXEditor1().Widget()->setFocus();
+  std::tie(shown, fresh) = OnScreenAndFresh(grid);
+  EXPECT_EQ(shown, fresh);
+  view.Form().Unload();
+
+  // A grid that selects rows, in a look whose selection changes colour with the focus.
+  QWidget window;
+  auto* rows = new qt::GridWidget(&window);
+  auto* other = new QLineEdit(&window);
+  other->move(0, 200);
+  rows->resize(200, 150);
+  rows->setSelectionBehavior(QAbstractItemView::SelectRows);
+  rows->setSelectionMode(QAbstractItemView::SingleSelection);
+  QPalette palette = rows->palette();
+  palette.setColor(QPalette::Inactive, QPalette::Highlight, Qt::darkRed);
+  rows->setPalette(palette);
+  rows->setColumnCount(2);
+  rows->setRowCount(8);
+  for (int row = 0; row < 8; ++row) rows->setItem(row, 1, new QTableWidgetItem("row"));
+  window.show();
+  window.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  rows->setFocus();
+  rows->setCurrentCell(5, 0);
+  QCoreApplication::processEvents();
+  other->setFocus();
+  std::tie(shown, fresh) = OnScreenAndFresh(rows);
+  EXPECT_EQ(shown, fresh);
 }
 
 TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
