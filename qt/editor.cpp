@@ -25,6 +25,9 @@ constexpr int kErrorIndicator = 8;  // the first indicator free for containers
 constexpr int kLiveCheckStyle = 250;
 constexpr int kLineMargin = 0;
 constexpr int kBookmarkMargin = 1;
+// Scintilla draws a line number this far in from the margin's right edge; as much again
+// on the left keeps the widest number off the window's frame.
+constexpr int kNumberPadding = 3;
 
 QByteArray Utf8(const std::string& bytes) {
   return ToQt(bytes).toUtf8();
@@ -65,8 +68,10 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
   editor->SendScintilla(QsciScintilla::SCI_SETSCROLLWIDTHTRACKING, 1);
 
   editor->setMarginType(kLineMargin, QsciScintilla::NumberMargin);
-  editor->setMarginWidth(kLineMargin, QStringLiteral("000"));
   editor->setMarginLineNumbers(kLineMargin, true);
+  FitLineMargin();
+  // The count changes with whole lines only, and its digits more rarely still.
+  QObject::connect(editor, &QsciScintilla::linesChanged, Guard(), [this] { FitLineMargin(); });
   editor->setMarginType(kBookmarkMargin, QsciScintilla::SymbolMargin);
   editor->setMarginWidth(kBookmarkMargin, 14);
   editor->setMarginSensitivity(kBookmarkMargin, true);
@@ -124,6 +129,18 @@ QtEditor::QtEditor(std::string name, EditorWidget* editor,
 // The widget may outlive its adapter for a moment; its lexer must not read our keywords.
 QtEditor::~QtEditor() {
   if (lexer_) lexer_->SetKeywords(nullptr);
+}
+
+void QtEditor::FitLineMargin() {
+  int digits = 1;
+  for (int lines = Widget()->lines(); lines >= 10; lines /= 10) ++digits;
+  digits = std::max(digits, 3);
+  if (digits == margin_digits_) return;
+  margin_digits_ = digits;
+  const QByteArray widest(digits, '9');
+  const long width = Widget()->SendScintilla(QsciScintilla::SCI_TEXTWIDTH,
+                                             QsciScintilla::STYLE_LINENUMBER, widest.constData());
+  Widget()->setMarginWidth(kLineMargin, static_cast<int>(width) + 2 * kNumberPadding);
 }
 
 long QtEditor::Length() const {

@@ -139,6 +139,8 @@ class QtEditor : public QtControl<ui::EditorControl> {
   long ToSci(int32_t position) const;  // 1-based byte position -> document position
   int32_t FromSci(long position) const;
   long Length() const;
+  // The line-number margin as wide as the widest number, never narrower than three digits.
+  void FitLineMargin();
   std::optional<std::pair<long, long>> Search(const std::string& what, long from, long to,
                                               bool match_case) const;
 
@@ -149,6 +151,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
   std::optional<ui::KeywordSet> keywords_;
   std::string keyword_bytes_;  // the file as read, to tell a reload that changes nothing
   bool last_found_ = false;
+  int margin_digits_ = 0;  // digits the line-number margin is wide enough for
   std::pair<int32_t, int32_t> error_mark_{0, 0};
   LiveCheck live_check_;
   QTimer* live_timer_;  // the widget's child

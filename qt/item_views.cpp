@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHeaderView>
+#include <QInputMethod>
 #include <QKeyEvent>
 #include <QMenu>
 
@@ -292,6 +293,24 @@ void GridWidget::contextMenuEvent(QContextMenuEvent* event) {
   QMenu menu(this);
   QAction* build = menu.addAction(QStringLiteral("&Build Function...\tF4"));
   if (menu.exec(event->globalPos()) == build) emit buildFunction();
+}
+
+// Losing the focus changes the frame (a style may mark the focused view), the current
+// cell's focus frame and the selection's colours. The table's own handler repaints every
+// row and the scroll bars too, which a window that moves the focus on opening would pay
+// for with a second paint of the whole table.
+void GridWidget::focusOutEvent(QFocusEvent* event) {
+  QRegion frame(rect());
+  for (QWidget* child : findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+    if (child->isVisible()) frame -= child->geometry();
+  update(frame);
+  QRegion cells;
+  if (selectionModel()) cells = visualRegionForSelection(selectionModel()->selection());
+  if (currentIndex().isValid()) cells += visualRect(currentIndex());
+  viewport()->update(cells);
+  if (qApp->autoSipEnabled() && testAttribute(Qt::WA_InputMethodEnabled))
+    QGuiApplication::inputMethod()->hide();
+  event->accept();
 }
 
 QtGrid::QtGrid(std::string name, GridWidget* grid) : QtControl(std::move(name), grid) {

@@ -129,6 +129,31 @@ TEST(QtEditor, BookmarksFollowTheirLinesAndWrap) {
   EXPECT_TRUE(e.control.Bookmarks().empty());
 }
 
+TEST(QtEditor, LineNumberMarginFitsTheWidestNumber) {
+  Editor e;
+  auto margin = [&] { return e.widget->marginWidth(0); };
+  // The number is drawn 3 pixels in from the margin's right edge.
+  auto text_width = [&](const char* digits) {
+    return 3 + static_cast<int>(e.widget->SendScintilla(QsciScintilla::SCI_TEXTWIDTH,
+                                                        QsciScintilla::STYLE_LINENUMBER, digits));
+  };
+  const int narrow = margin();
+  EXPECT_GE(narrow, text_width("999"));
+  std::string text;
+  for (int line = 1; line < 2000; ++line) text += "x\r\n";
+  e.control.InsertText(text);
+  EXPECT_GE(margin(), text_width("2000"));
+  EXPECT_GT(margin(), narrow);
+  // Each way the line count comes back down narrows it again.
+  e.control.Clear();
+  EXPECT_EQ(margin(), narrow);
+  e.control.Undo();
+  EXPECT_GE(margin(), text_width("2000"));
+  e.control.Select(1, 1 << 20);
+  e.control.InsertText("a\r\nb");
+  EXPECT_EQ(margin(), narrow);
+}
+
 TEST(QtEditor, FindAndReplaceAllIsOneUndoStepAndCannotLoop) {
   Editor e;
   e.control.InsertText("Ab ab AB\r\nab");

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <QHeaderView>
+#include <QLineEdit>
 #include <QMenuBar>
+#include <QScreen>
 #include <QTest>
 #include <QToolButton>
 
@@ -156,6 +158,54 @@ TEST(QtTreeView, AddNodesMatchesAddingOneByOne) {
   EXPECT_EQ(batch.ChildCount("B"), 2);
   EXPECT_EQ(batch.ChildCount("C"), 1);
   EXPECT_FALSE(batch.Node("E"));
+}
+
+// What the window shows of a widget (its last paints, as they stand) and what painting it
+// afresh gives: a repaint that leaves out something that changed shows in the first.
+std::pair<QImage, QImage> OnScreenAndFresh(QWidget* widget) {
+  QCoreApplication::processEvents();
+  QWidget* window = widget->window();
+  const QRect at(widget->mapTo(window, QPoint(0, 0)), widget->size());
+  QImage shown = window->screen()->grabWindow(window->winId()).toImage().copy(at);
+  return {shown.convertToFormat(QImage::Format_RGB32),
+          widget->grab().toImage().convertToFormat(QImage::Format_RGB32)};
+}
+
+TEST(QtExprBldView, FocusMovingOnRepaintsWhatItChanges) {
+  // The opening focuses the grid, lets it be painted, then focuses the editor.
+  QtRig rig;
+  rig.builder->Show(0);
+  qt::GridWidget* grid = rig.view().ssdgridtokens().Widget();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(rig.view().Main()));
+  EXPECT_TRUE(rig.view().KXEditor1().Widget()->hasFocus());
+  auto [shown, fresh] = OnScreenAndFresh(grid);
+  EXPECT_EQ(shown, fresh);
+  grid->setFocus();
+  EXPECT_NE(OnScreenAndFresh(grid).first, fresh);  // the focus shows: leaving it must repaint
+  rig.view().Form().Unload();
+
+  // A grid that selects rows, in a look whose selection changes colour with the focus.
+  QWidget window;
+  auto* rows = new qt::GridWidget(&window);
+  auto* other = new QLineEdit(&window);
+  other->move(0, 200);
+  rows->resize(200, 150);
+  rows->setSelectionBehavior(QAbstractItemView::SelectRows);
+  rows->setSelectionMode(QAbstractItemView::SingleSelection);
+  QPalette palette = rows->palette();
+  palette.setColor(QPalette::Inactive, QPalette::Highlight, Qt::darkRed);
+  rows->setPalette(palette);
+  rows->setColumnCount(2);
+  rows->setRowCount(8);
+  window.show();
+  window.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  rows->setFocus();
+  rows->setCurrentCell(5, 0);
+  QCoreApplication::processEvents();
+  other->setFocus();
+  std::tie(shown, fresh) = OnScreenAndFresh(rows);
+  EXPECT_EQ(shown, fresh);
 }
 
 TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
