@@ -52,7 +52,9 @@ bool DirectoryLookupFinds(const std::string& path) {
 }
 
 // The whole file in one allocation; anything unusual goes the general way, which also
-// raises the platform's error for a file that cannot be opened.
+// raises the platform's error for a file that cannot be opened. The bytes come through a
+// small buffer that stays in cache: sizing the string first would write every byte of a
+// large file twice (zeros, then the file), each time to memory that is not in cache.
 std::string ReadTemplateFile(const std::string& path) {
   std::error_code ec;
   const auto size = std::filesystem::is_regular_file(path, ec)
@@ -63,9 +65,10 @@ std::string ReadTemplateFile(const std::string& path) {
   std::string bytes;
   bool whole = size > 0;
   if (whole) {
-    bytes.resize(static_cast<size_t>(size));
-    whole = std::fread(bytes.data(), 1, bytes.size(), f) == bytes.size() && std::fgetc(f) == EOF &&
-            !std::ferror(f);
+    bytes.reserve(static_cast<size_t>(size));
+    char block[1 << 16];
+    while (size_t got = std::fread(block, 1, sizeof block, f)) bytes.append(block, got);
+    whole = bytes.size() == size && !std::ferror(f);
   }
   std::fclose(f);
   if (whole) return bytes;
