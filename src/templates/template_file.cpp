@@ -78,8 +78,9 @@ std::string ReadTemplateFile(const std::string& path) {
 // The loader's state machine over one open file.
 class Loader {
  public:
-  Loader(ExprTemplates& set, TemplateFileInput& file, int32_t& line_counter)
-      : set_(set), file_(file), line_counter_(line_counter) {}
+  Loader(ExprTemplates& set, const Collection<ExprTemplateRef>& held, TemplateFileInput& file,
+         int32_t& line_counter)
+      : set_(set), held_(held), file_(file), line_counter_(line_counter) {}
 
   bool Run() {
     try {
@@ -104,6 +105,9 @@ class Loader {
         inside_ = true;
         if (line.size() < 15) return TemplateError(true);
         current_->Name(ValueBehind(line, 14));
+        // The add at the end of the template looks the name up; its index entry arrives
+        // while the template is read.
+        held_.Prefetch(current_->Name());
         continue;
       }
       if (Contains(line, "@BeginDescription")) {
@@ -202,6 +206,7 @@ class Loader {
   }
 
   ExprTemplates& set_;
+  const Collection<ExprTemplateRef>& held_;  // set_'s templates
   TemplateFileInput& file_;
   int32_t& line_counter_;
   char lookahead_ = kCr;
@@ -362,7 +367,7 @@ bool ExprTemplates::OpenandParseTemplateFile() {
   } else {
     try {
       TemplateFileInput file(ReadTemplateFile(filename_));
-      ok = Loader(*this, file, line_counter).Run();
+      ok = Loader(*this, templates_, file, line_counter).Run();
     } catch (...) {
       Error error = CurrentError();
       if (error.Number() == kErrFileNotFound)
