@@ -75,6 +75,21 @@ std::string ReadTemplateFile(const std::string& path) {
   return ReadWholeFile(path);
 }
 
+// The lines of a block up to `end_marker`, trimmed and joined by CR LF, appended to `out`.
+void AppendBlock(std::string& out, char& lookahead, TemplateFileInput& file, int32_t& line_counter,
+                 std::string_view end_marker, std::string& scratch) {
+  const size_t start = out.size();
+  while (true) {
+    std::string_view raw = file.ReadLineView(lookahead, scratch);
+    if (file.AtEnd()) return;
+    ++line_counter;
+    std::string_view line = Trim(raw);
+    if (line == end_marker) return;
+    if (out.size() > start) out.append(kCrLf);
+    out.append(line);
+  }
+}
+
 // The loader's state machine over one open file.
 class Loader {
  public:
@@ -149,9 +164,13 @@ class Loader {
     return line;
   }
 
+  // Built in a buffer that is kept, then copied once: a string grown line by line would
+  // be reallocated for each line of a body and keep up to twice its length.
   std::string ReadBlock(std::string_view end_marker) {
     if (file_.AtEnd()) throw EndInsideTemplate{};
-    return set_.ReturnEntireString(lookahead_, file_, line_counter_, end_marker);
+    block_.clear();
+    AppendBlock(block_, lookahead_, file_, line_counter_, end_marker, scratch_);
+    return block_;
   }
 
   // False when two parameter names of the body differ only in case: the parameters
@@ -211,6 +230,7 @@ class Loader {
   int32_t& line_counter_;
   char lookahead_ = kCr;
   std::string scratch_;
+  std::string block_;
   ExprTemplateRef current_;
   bool inside_ = false;
   // Reset only when a body is read, so a template without a body is checked against the
@@ -347,15 +367,8 @@ std::string ExprTemplates::ReturnEntireString(char& lookahead, TemplateFileInput
                                               int32_t& line_counter, std::string_view end_marker) {
   std::string result;
   std::string scratch;
-  while (true) {
-    std::string_view raw = file.ReadLineView(lookahead, scratch);
-    if (file.AtEnd()) return result;
-    ++line_counter;
-    std::string_view line = Trim(raw);
-    if (line == end_marker) return result;
-    if (!result.empty()) result.append(kCrLf);
-    result.append(line);
-  }
+  AppendBlock(result, lookahead, file, line_counter, end_marker, scratch);
+  return result;
 }
 
 bool ExprTemplates::OpenandParseTemplateFile() {
