@@ -52,7 +52,9 @@ bool DirectoryLookupFinds(const std::string& path) {
 }
 
 // The whole file in one allocation; anything unusual goes the general way, which also
-// raises the platform's error for a file that cannot be opened.
+// raises the platform's error for a file that cannot be opened. The bytes come through a
+// small buffer that stays in cache: sizing the string first would write every byte of a
+// large file twice (zeros, then the file), each time to memory that is not in cache.
 std::string ReadTemplateFile(const std::string& path) {
   std::error_code ec;
   const auto size = std::filesystem::is_regular_file(path, ec)
@@ -63,20 +65,37 @@ std::string ReadTemplateFile(const std::string& path) {
   std::string bytes;
   bool whole = size > 0;
   if (whole) {
-    bytes.resize(static_cast<size_t>(size));
-    whole = std::fread(bytes.data(), 1, bytes.size(), f) == bytes.size() && std::fgetc(f) == EOF &&
-            !std::ferror(f);
+    bytes.reserve(static_cast<size_t>(size));
+    char block[1 << 16];
+    while (size_t got = std::fread(block, 1, sizeof block, f)) bytes.append(block, got);
+    whole = bytes.size() == size && !std::ferror(f);
   }
   std::fclose(f);
   if (whole) return bytes;
   return ReadWholeFile(path);
 }
 
+// The lines of a block up to `end_marker`, trimmed and joined by CR LF, appended to `out`.
+void AppendBlock(std::string& out, char& lookahead, TemplateFileInput& file, int32_t& line_counter,
+                 std::string_view end_marker, std::string& scratch) {
+  const size_t start = out.size();
+  while (true) {
+    std::string_view raw = file.ReadLineView(lookahead, scratch);
+    if (file.AtEnd()) return;
+    ++line_counter;
+    std::string_view line = Trim(raw);
+    if (line == end_marker) return;
+    if (out.size() > start) out.append(kCrLf);
+    out.append(line);
+  }
+}
+
 // The loader's state machine over one open file.
 class Loader {
  public:
-  Loader(ExprTemplates& set, TemplateFileInput& file, int32_t& line_counter)
-      : set_(set), file_(file), line_counter_(line_counter) {}
+  Loader(ExprTemplates& set, const Collection<ExprTemplateRef>& held, TemplateFileInput& file,
+         int32_t& line_counter)
+      : set_(set), held_(held), file_(file), line_counter_(line_counter) {}
 
   bool Run() {
     try {
@@ -101,6 +120,9 @@ class Loader {
         inside_ = true;
         if (line.size() < 15) return TemplateError(true);
         current_->Name(ValueBehind(line, 14));
+        // The add at the end of the template looks the name up; its index entry arrives
+        // while the template is read.
+        held_.Prefetch(current_->Name());
         continue;
       }
       if (Contains(line, "@BeginDescription")) {
@@ -142,9 +164,13 @@ class Loader {
     return line;
   }
 
+  // Built in a buffer that is kept, then copied once: a string grown line by line would
+  // be reallocated for each line of a body and keep up to twice its length.
   std::string ReadBlock(std::string_view end_marker) {
     if (file_.AtEnd()) throw EndInsideTemplate{};
-    return set_.ReturnEntireString(lookahead_, file_, line_counter_, end_marker);
+    block_.clear();
+    AppendBlock(block_, lookahead_, file_, line_counter_, end_marker, scratch_);
+    return block_;
   }
 
   // False when two parameter names of the body differ only in case: the parameters
@@ -199,10 +225,12 @@ class Loader {
   }
 
   ExprTemplates& set_;
+  const Collection<ExprTemplateRef>& held_;  // set_'s templates
   TemplateFileInput& file_;
   int32_t& line_counter_;
   char lookahead_ = kCr;
   std::string scratch_;
+  std::string block_;
   ExprTemplateRef current_;
   bool inside_ = false;
   // Reset only when a body is read, so a template without a body is checked against the
@@ -339,15 +367,8 @@ std::string ExprTemplates::ReturnEntireString(char& lookahead, TemplateFileInput
                                               int32_t& line_counter, std::string_view end_marker) {
   std::string result;
   std::string scratch;
-  while (true) {
-    std::string_view raw = file.ReadLineView(lookahead, scratch);
-    if (file.AtEnd()) return result;
-    ++line_counter;
-    std::string_view line = Trim(raw);
-    if (line == end_marker) return result;
-    if (!result.empty()) result.append(kCrLf);
-    result.append(line);
-  }
+  AppendBlock(result, lookahead, file, line_counter, end_marker, scratch);
+  return result;
 }
 
 bool ExprTemplates::OpenandParseTemplateFile() {
@@ -359,7 +380,7 @@ bool ExprTemplates::OpenandParseTemplateFile() {
   } else {
     try {
       TemplateFileInput file(ReadTemplateFile(filename_));
-      ok = Loader(*this, file, line_counter).Run();
+      ok = Loader(*this, templates_, file, line_counter).Run();
     } catch (...) {
       Error error = CurrentError();
       if (error.Number() == kErrFileNotFound)
