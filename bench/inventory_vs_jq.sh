@@ -53,30 +53,11 @@ done
 awk -v a="$kx_ms" -v b="$jq_ms" 'BEGIN {
   printf "kxexpr list --json: %d ms, jq: %d ms, ratio %.2f (target <= 1.0)\n", a, b, a / b }'
 
-# The two sizes take turns, each in a process of its own (a parse fragments the heap in
-# proportion to its document, and a build allocates into the gaps: the larger document would
-# slow the smaller one's builds). The best of forty builds of each size, since a shared
-# machine only ever adds time and a longer build is less likely to meet a quiet moment
-# whole; every turn times exactly one build (a minimum time would average three or four
-# small builds against one or two large ones).
-turns=${INVENTORY_TURNS:-40}
-rounds=8
-for round in $(seq "$rounds"); do
-  sizes="100000 200000"
-  [ $((round % 2)) = 0 ] && sizes="200000 100000"
-  for size in $sizes; do
-    "$bin/bench/bench_inventory" --benchmark_filter="BM_BuildInventory/$size\$" \
-      --benchmark_repetitions=$(((turns + rounds - 1) / rounds)) --benchmark_min_time=0.000001 \
-      --benchmark_format=json >"$work/b-$round-$size.json" 2>/dev/null
-  done
-done
-# CPU time as well: other work on a shared machine disturbs it less than wall time. The
-# medians' ratio shows how much the load moved the figures.
-jq -rs '[.[].benchmarks[] | select(.run_type == "iteration")] as $runs
-  | def times($size; $field): [$runs[] | select(.name | endswith("/\($size)")) | .[$field]];
-  def best($size; $field): times($size; $field) | min;
-  def median($size; $field): times($size; $field) | sort | .[length / 2 | floor];
-  def r2: . * 100 | round / 100;
+# The best of forty builds of each size: a longer build is less likely to meet a quiet
+# moment whole. CPU time as well: other work on a shared machine disturbs it less.
+. bench/scaling_rounds.sh
+scaling_rounds "$bin/bench/bench_inventory" BM_BuildInventory 100000 200000 "${INVENTORY_TURNS:-40}"
+jq -rs "$scaling_jq"'
   best(100000; "real_time") as $a | best(200000; "real_time") as $b
   | best(100000; "cpu_time") as $c | best(200000; "cpu_time") as $d
   | "build 100000: \($a | floor) ms, 200000: \($b | floor) ms, ratio \($b / $a | r2) (target <= 2.1); CPU time \($c | floor) ms, \($d | floor) ms, ratio \($d / $c | r2); medians \(median(100000; "real_time") | floor) ms, \(median(200000; "real_time") | floor) ms, ratio \(median(200000; "real_time") / median(100000; "real_time") | r2), CPU \(median(200000; "cpu_time") / median(100000; "cpu_time") | r2)"' \

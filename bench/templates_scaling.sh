@@ -22,28 +22,9 @@ turns=${1:-40}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# The two sizes take turns, each in a process of its own (generating and loading the larger
-# file leaves gaps in the heap that the smaller one's loads would fall into). Every turn
-# times exactly one load (a minimum time would average several small loads against fewer
-# large ones), and each process loads once untimed first. The best of each size, since a
-# shared machine only ever adds time.
-rounds=8
-for round in $(seq "$rounds"); do
-  sizes="10000 20000"
-  [ $((round % 2)) = 0 ] && sizes="20000 10000"
-  for size in $sizes; do
-    "$bench" --benchmark_filter="BM_Load/$size\$" \
-      --benchmark_repetitions=$(((turns + rounds - 1) / rounds)) --benchmark_min_time=0.000001 \
-      --benchmark_format=json >"$work/b-$round-$size.json" 2>/dev/null
-  done
-done
-# The medians' ratio shows how much the machine's load moved the figures.
-jq -rs '[.[].benchmarks[] | select(.run_type == "iteration")] as $runs
-  | def times($size; $field): [$runs[] | select(.name | endswith("/\($size)")) | .[$field]];
-  def best($size; $field): times($size; $field) | min;
-  def median($size; $field): times($size; $field) | sort | .[length / 2 | floor];
-  def r1: . * 10 | round / 10;
-  def r2: . * 100 | round / 100;
+. bench/scaling_rounds.sh
+scaling_rounds "$bench" BM_Load 10000 20000 "$turns"
+jq -rs "$scaling_jq"'
   ([$runs[] | select(.name | endswith("/10000")) | .file_MB] | first) as $mb
   | best(10000; "real_time") as $a | best(20000; "real_time") as $b
   | best(10000; "cpu_time") as $c | best(20000; "cpu_time") as $d
