@@ -4,10 +4,6 @@ namespace kx::ui::headless {
 
 namespace {
 
-bool Usable(const Control& control) {
-  return control.Visible() && control.Enabled();
-}
-
 std::vector<std::string> Column0(const HeadlessGrid& grid) {
   std::vector<std::string> names;
   for (int32_t row = 0; row < grid.Rows(); ++row) names.push_back(grid.CellText(row, 0));
@@ -106,27 +102,13 @@ std::vector<std::string> HeadlessTemplateManagerView::Names() const {
 }
 
 bool HeadlessTemplateManagerView::Press(std::string_view name) {
-  using Handler = void (TemplateManagerEvents::*)();
-  struct Entry {
-    HeadlessButton* button;
-    Handler handler;
-  };
-  const Entry entries[] = {
-      {&cmdadd_, &TemplateManagerEvents::cmdadd_Click},
-      {&cmdedit_, &TemplateManagerEvents::cmdedit_Click},
-      {&cmdremove_, &TemplateManagerEvents::cmdremove_Click},
-      {&cmdfile_, &TemplateManagerEvents::cmdfile_Click},
-      {&cmdapply_, &TemplateManagerEvents::cmdapply_Click},
-      {&cmdclose_, &TemplateManagerEvents::cmdclose_Click},
-  };
-  for (const Entry& entry : entries) {
-    if (entry.button->Name() != name) continue;
-    auto& events = Sink<TemplateManagerEvents>();
-    if (!Usable(*entry.button)) return false;
-    (events.*entry.handler)();
-    return true;
-  }
-  throw GestureError("frmtemplate has no button " + std::string(name));
+  return PressButton<TemplateManagerEvents>(name,
+                                            {{&cmdadd_, &TemplateManagerEvents::cmdadd_Click},
+                                             {&cmdedit_, &TemplateManagerEvents::cmdedit_Click},
+                                             {&cmdremove_, &TemplateManagerEvents::cmdremove_Click},
+                                             {&cmdfile_, &TemplateManagerEvents::cmdfile_Click},
+                                             {&cmdapply_, &TemplateManagerEvents::cmdapply_Click},
+                                             {&cmdclose_, &TemplateManagerEvents::cmdclose_Click}});
 }
 
 bool HeadlessTemplateManagerView::MoveToTemplate(int32_t row) {
@@ -183,17 +165,9 @@ std::vector<std::string> HeadlessTemplateEditorView::Names() const {
 }
 
 bool HeadlessTemplateEditorView::Press(std::string_view name) {
-  auto& events = Sink<TemplateEditorEvents>();
-  if (name == "cmdok") {
-    if (!Usable(cmdok_)) return false;
-    events.cmdok_Click();
-  } else if (name == "cmdcancel") {
-    if (!Usable(cmdcancel_)) return false;
-    events.cmdcancel_Click();
-  } else {
-    throw GestureError("frmtempladd has no button " + std::string(name));
-  }
-  return true;
+  return PressButton<TemplateEditorEvents>(name,
+                                           {{&cmdok_, &TemplateEditorEvents::cmdok_Click},
+                                            {&cmdcancel_, &TemplateEditorEvents::cmdcancel_Click}});
 }
 
 bool HeadlessTemplateEditorView::EnterName(const std::string& text) {

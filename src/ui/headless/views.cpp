@@ -9,10 +9,6 @@ namespace {
 constexpr int32_t kFrameWidth = 120;
 constexpr int32_t kFrameHeight = 480;
 
-bool Usable(const Control& control) {
-  return control.Visible() && control.Enabled();
-}
-
 }  // namespace
 
 HeadlessWindow::HeadlessWindow(std::string name, std::string* focus, Driver& driver,
@@ -226,20 +222,9 @@ std::vector<Control*> HeadlessFunctionView::Controls() {
 }
 
 bool HeadlessFunctionView::Press(std::string_view name) {
-  auto& events = Sink<FunctionEvents>();
-  if (name == "cmdok") {
-    if (!Usable(cmdok_)) return false;
-    events.cmdok_Click();
-  } else if (name == "cmdcancel") {
-    if (!Usable(cmdcancel_)) return false;
-    events.cmdcancel_Click();
-  } else if (name == "cmdhelp") {
-    if (!Usable(cmdhelp_)) return false;
-    events.cmdhelp_Click();
-  } else {
-    throw GestureError("frmFunction has no button " + std::string(name));
-  }
-  return true;
+  return PressButton<FunctionEvents>(name, {{&cmdok_, &FunctionEvents::cmdok_Click},
+                                            {&cmdcancel_, &FunctionEvents::cmdcancel_Click},
+                                            {&cmdhelp_, &FunctionEvents::cmdhelp_Click}});
 }
 
 bool HeadlessFunctionView::MoveToRow(int32_t row) {
@@ -288,17 +273,8 @@ std::vector<Control*> HeadlessPromptView::Controls() {
 }
 
 bool HeadlessPromptView::Press(std::string_view name) {
-  auto& events = Sink<PromptEvents>();
-  if (name == "cmdok") {
-    if (!Usable(cmdok_)) return false;
-    events.cmdok_Click();
-  } else if (name == "cmdcancel") {
-    if (!Usable(cmdcancel_)) return false;
-    events.cmdcancel_Click();
-  } else {
-    throw GestureError("frmprompt has no button " + std::string(name));
-  }
-  return true;
+  return PressButton<PromptEvents>(
+      name, {{&cmdok_, &PromptEvents::cmdok_Click}, {&cmdcancel_, &PromptEvents::cmdcancel_Click}});
 }
 
 bool HeadlessPromptView::DropDown() {
@@ -341,17 +317,8 @@ std::vector<Control*> HeadlessInputBoxView::Controls() {
 }
 
 bool HeadlessInputBoxView::Press(std::string_view name) {
-  auto& events = Sink<InputBoxEvents>();
-  if (name == "OKButton") {
-    if (!Usable(OKButton_)) return false;
-    events.OKButton_Click();
-  } else if (name == "CancelButton") {
-    if (!Usable(CancelButton_)) return false;
-    events.CancelButton_Click();
-  } else {
-    throw GestureError("frminputbox has no button " + std::string(name));
-  }
-  return true;
+  return PressButton<InputBoxEvents>(name, {{&OKButton_, &InputBoxEvents::OKButton_Click},
+                                            {&CancelButton_, &InputBoxEvents::CancelButton_Click}});
 }
 
 bool HeadlessInputBoxView::TypeInput(const std::string& text) {

@@ -6,6 +6,7 @@
 // is gone) raises GestureError.
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -105,6 +106,28 @@ class HeadlessView {
     if (!events)
       throw GestureError("the window " + std::string(window_.Name()) + " has no presenter");
     return *events;
+  }
+
+  // A gesture reaches only what the user could reach: a visible, enabled control.
+  static bool Usable(const Control& control) { return control.Visible() && control.Enabled(); }
+
+  // Clicks the button called `name` among `buttons` when it is usable; false when it is not,
+  // GestureError when the window has no such button.
+  template <typename Events>
+  struct ButtonClick {
+    HeadlessButton* button;
+    void (Events::*click)();
+  };
+  template <typename Events>
+  bool PressButton(std::string_view name, std::initializer_list<ButtonClick<Events>> buttons) {
+    for (const ButtonClick<Events>& b : buttons) {
+      if (b.button->Name() != name) continue;
+      auto& events = Sink<Events>();
+      if (!Usable(*b.button)) return false;
+      (events.*b.click)();
+      return true;
+    }
+    throw GestureError(std::string(window_.Name()) + " has no button " + std::string(name));
   }
 
   std::string focus_;
