@@ -42,12 +42,13 @@ bool QtGestures::Act(Gesture&& gesture) {
 bool QtGestures::ClickNode(std::string_view key) {
   QtTreeView& tree = view_.TreeView1();
   if (!Usable(tree)) return false;
-  QTreeWidgetItem* item = tree.Item(key);
-  if (!item) throw ui::NoSuchGesture("TreeView1 has no node \"" + std::string(key) + "\"");
+  const QModelIndex item = tree.Item(key);
+  if (!item.isValid())
+    throw ui::NoSuchGesture("TreeView1 has no node \"" + std::string(key) + "\"");
   return Act([&] {
-    tree.Widget()->setCurrentItem(item);
-    tree.Widget()->scrollToItem(item);
-    emit static_cast<TreeWidget*>(tree.Widget())->nodeClicked(item);
+    tree.Widget()->setCurrentIndex(item);
+    tree.Widget()->scrollTo(item);
+    emit tree.Widget()->nodeClicked(item);
   });
 }
 

@@ -79,8 +79,8 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
   vselbottom_ = std::make_unique<QtPane>("vselbottom", bottom);
   auto* tree = new TreeWidget(bottom);
   tree_ = std::make_unique<QtTreeView>("TreeView1", tree);
-  QObject::connect(tree, &TreeWidget::nodeClicked, guard_.get(), [this](QTreeWidgetItem* item) {
-    if (events_) Fire([&] { events_->TreeView1_NodeClick(QtTreeView::KeyOf(item)); });
+  QObject::connect(tree, &TreeWidget::nodeClicked, guard_.get(), [this](const QModelIndex& index) {
+    if (events_) Fire([&] { events_->TreeView1_NodeClick(tree_->KeyOf(index)); });
   });
   auto* grid = new GridWidget(bottom, true);
   grid->horizontalHeader()->hide();

@@ -115,49 +115,63 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   view.Form().Unload();
 }
 
-// Each node as "parent/key=text", in display order.
-std::string TreeText(QTreeWidget* tree) {
+// Each node as "key=text", in display order, as the widget's model gives them.
+std::string TreeText(const qt::QtTreeView& view) {
   std::string text;
-  std::function<void(QTreeWidgetItem*)> walk = [&](QTreeWidgetItem* item) {
-    text += qt::QtTreeView::KeyOf(item) + "=" + Str(item->text(0)) + ";";
-    for (int i = 0; i < item->childCount(); ++i) walk(item->child(i));
+  const QAbstractItemModel* model = view.Widget()->model();
+  std::function<void(const QModelIndex&)> walk = [&](const QModelIndex& parent) {
+    for (int i = 0; i < model->rowCount(parent); ++i) {
+      const QModelIndex index = model->index(i, 0, parent);
+      EXPECT_EQ(model->parent(index), parent);
+      text += view.KeyOf(index) + "=" + Str(index.data().toString()) + ";";
+      walk(index);
+    }
   };
-  for (int i = 0; i < tree->topLevelItemCount(); ++i) walk(tree->topLevelItem(i));
+  walk({});
   return text;
 }
 
 // Nodes added in one call land as if added one by one: order, nesting under new and old
-// parents, expansion; a failing node leaves those before it in the tree.
-TEST(QtTreeView, AddNodesMatchesAddingOneByOne) {
+// parents, expansion, tags, and the model the widget reads agrees; a failing node leaves
+// those before it in the tree.
+TEST(QtTreeView, AddNodesKeepsOrderNestingAndStopsAtTheFailingNode) {
   const std::vector<ui::TreeNode> nodes = {
       {"R", "Root", "", "", true},  {"A", "a", "t", "R", false}, {"S", "Second", "", "", false},
       {"A1", "a1", "", "A", false}, {"B", "b", "", "R", true},   {"B1", "b1", "", "B", false},
       {"S1", "s1", "", "S", false}, {"A2", "a2", "", "A", false}};
-  auto shape = [](qt::QtTreeView& view) {
-    std::string text = TreeText(view.Widget());
-    for (const ui::TreeNode& node : view.Nodes())
-      text += node.key + (node.expanded ? "+" : "-") + node.tag;
-    return text;
-  };
-  QTreeWidget one_widget, batch_widget;
-  qt::QtTreeView one("one", &one_widget), batch("batch", &batch_widget);
-  one.AddNode(nodes[0]);
-  batch.AddNode(nodes[0]);  // a parent already in the tree
-  for (size_t i = 1; i < nodes.size(); ++i) one.AddNode(nodes[i]);
-  batch.AddNodes({nodes.begin() + 1, nodes.end()});
-  EXPECT_EQ(shape(batch), shape(one));
+  qt::TreeWidget widget;
+  qt::QtTreeView tree("tree", &widget);
+  tree.AddNode(nodes[0]);  // a parent already in the tree
+  tree.AddNodes({nodes.begin() + 1, nodes.end()});
+  std::string shape;
+  for (const ui::TreeNode& node : tree.Nodes())
+    shape += node.parent + "/" + node.key + (node.expanded ? "+" : "-") + node.tag + " ";
+  EXPECT_EQ(shape, "/R+ R/A-t A/A1- A/A2- R/B+ B/B1- /S- S/S1- ");
+  EXPECT_EQ(TreeText(tree), "R=Root;A=a;A1=a1;A2=a2;B=b;B1=b1;S=Second;S1=s1;");
+  EXPECT_TRUE(widget.isExpanded(tree.Item("B")));
 
   EXPECT_EQ(ErrorOf([&] {
-              batch.AddNodes({{"C", "c", "", "B", false}, {"C", "again", "", "", false}});
+              tree.AddNodes({{"C", "c", "", "B", false}, {"C", "again", "", "", false}});
             }),
             kErrKeyNotUnique);
   EXPECT_EQ(ErrorOf([&] {
-              batch.AddNodes({{"D", "d", "", "C", false}, {"E", "e", "", "Nowhere", false}});
+              tree.AddNodes({{"D", "d", "", "C", false},
+                             {"D2", "d", "", "C", false},
+                             {"D", "dup", "", "C", false},
+                             {"E", "e", "", "C", false}});
+            }),
+            kErrKeyNotUnique);
+  EXPECT_EQ(ErrorOf([&] {
+              tree.AddNodes({{"F", "f", "", "Nowhere", false}});
             }),
             kErrElementNotFound);
-  EXPECT_EQ(batch.ChildCount("B"), 2);
-  EXPECT_EQ(batch.ChildCount("C"), 1);
-  EXPECT_FALSE(batch.Node("E"));
+  EXPECT_EQ(tree.ChildCount("B"), 2);
+  EXPECT_EQ(tree.ChildCount("C"), 2);
+  EXPECT_FALSE(tree.Node("E"));
+  EXPECT_EQ(widget.model()->rowCount(tree.Item("C")), 2);
+  tree.Clear();
+  EXPECT_EQ(widget.model()->rowCount(), 0);
+  EXPECT_FALSE(tree.Item("R").isValid());
 }
 
 // What the window shows of a widget (its last paints, as they stand) and what painting it
@@ -212,15 +226,15 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   QtRig rig;
   rig.builder->Show(0);
   qt::QtExprBldView& view = rig.view();
-  QTreeWidget* tree = view.TreeView1().Widget();
+  qt::TreeWidget* tree = view.TreeView1().Widget();
   qt::GridWidget* grid = view.ssdgridtokens().Widget();
 
   // The widget holds what the presenter added, in its order; "All" is selected and listed.
   std::string nodes;
   for (const ui::TreeNode& node : view.TreeView1().Nodes())
     nodes += node.key + "=" + node.text + ";";
-  EXPECT_EQ(TreeText(tree), nodes);
-  EXPECT_EQ(qt::QtTreeView::KeyOf(tree->currentItem()), "All");
+  EXPECT_EQ(TreeText(view.TreeView1()), nodes);
+  EXPECT_EQ(view.TreeView1().KeyOf(tree->currentIndex()), "All");
   ASSERT_GT(grid->rowCount(), 2);
   const QBrush highlight = grid->palette().brush(QPalette::Active, QPalette::Highlight);
   EXPECT_EQ(grid->item(0, 0)->background(), highlight);
@@ -239,10 +253,10 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   EXPECT_TRUE(rig.box.shown.empty()) << rig.box.shown.front().text;
 
   // A click on "Flow Control" lists the ten constructs and the blank eleventh row.
-  QTreeWidgetItem* flow = view.TreeView1().Item("FC");
-  ASSERT_NE(flow, nullptr);
-  tree->scrollToItem(flow);
-  QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(flow).center());
+  const QModelIndex flow = view.TreeView1().Item("FC");
+  ASSERT_TRUE(flow.isValid());
+  tree->scrollTo(flow);
+  QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(flow).center());
   ASSERT_EQ(grid->rowCount(), 11);
   EXPECT_EQ(Str(grid->item(0, 0)->text()), "For...Next");
   EXPECT_EQ(Str(grid->item(10, 0)->text()), "");
