@@ -216,11 +216,13 @@ void QtExprBldView::AddMenu(const ui::MenuDef& def) {
   } else if (def.caption == "-") {
     action = parent_menu->addSeparator();
   } else {
-    action = parent_menu->addAction(ToQt(def.caption));
+    // Made whole before the menu has it, which then hears of it once.
+    action = new QAction(ToQt(def.caption), parent_menu);
     if (!def.shortcut.empty()) action->setShortcut(QKeySequence::fromString(ToQt(def.shortcut)));
     QObject::connect(action, &QAction::triggered, guard_.get(), [this, name] {
       if (events_) Fire([&] { events_->MenuClick(name); });
     });
+    parent_menu->addAction(action);
   }
   menus_.push_back(std::make_unique<QtMenuItem>(def, action));
   menu_widgets_.push_back(own_menu);
