@@ -37,6 +37,23 @@ size_t PadRank(std::string_view name) {
   return static_cast<size_t>(it - std::begin(kPadOrder));
 }
 
+// The operator pad's widget: calls `place` as it is first polished or shown, so that buttons
+// named in a burst before then are laid out once, in the pad's order.
+class PadWidget : public QWidget {
+ public:
+  PadWidget(QWidget* parent, std::function<void()> place)
+      : QWidget(parent), place_(std::move(place)) {}
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() == QEvent::Polish || event->type() == QEvent::Show) place_();
+    return QWidget::event(event);
+  }
+
+ private:
+  std::function<void()> place_;
+};
+
 template <typename T>
 void Add(std::vector<ui::Control*>& controls, const std::unique_ptr<T>& control) {
   controls.push_back(control.get());
@@ -108,7 +125,10 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
     }
   }
 
-  auto* pad = new QWidget(client);
+  // The widget may outlive the view for a moment (deferred deletion).
+  auto* pad = new PadWidget(client, [this, guard = QPointer<QObject>(guard_.get())] {
+    if (guard && pad_pending_) PlacePad();
+  });
   vselbuttons_ = std::make_unique<QtPane>("vselbuttons", pad);
   pad_ = new QGridLayout(pad);
   pad_->setContentsMargins(0, 0, 0, 0);
@@ -152,18 +172,10 @@ QtButton& QtExprBldView::Command(std::string_view name) {
     widget->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     widget->setMinimumHeight(kPadButtonHeight * 2 / 3);
     widget->setMaximumHeight(kPadButtonHeight);
-    ++pad_count_;
-    // Named in the pad's order, as the presenter names them, a button just goes last.
-    const size_t rank = PadRank(key);
-    if (rank >= pad_last_rank_) {
-      const int at = pad_count_ - 1;
-      pad_->setRowStretch(at / kPadColumns, 0);
-      pad_->addWidget(widget, at / kPadColumns, at % kPadColumns);
-      pad_->setRowStretch(at / kPadColumns + 1, 1);
-      pad_last_rank_ = rank;
-    } else {
-      PlacePad();
-    }
+    // Operators are named alphabetically: placing each as it comes would lay the pad out
+    // again for most of them.
+    pad_pending_ = true;
+    if (vselbuttons_->Widget()->isVisible()) PlacePad();
   }
   widget->show();
   return *commands_.back();
@@ -187,6 +199,7 @@ void QtExprBldView::PlacePad() {
   }
   for (int row = 0; row < pad_->rowCount(); ++row) pad_->setRowStretch(row, 0);
   pad_->setRowStretch((at + kPadColumns - 1) / kPadColumns, 1);
+  pad_pending_ = false;
 }
 
 void QtExprBldView::AddMenu(const ui::MenuDef& def) {

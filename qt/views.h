@@ -93,8 +93,7 @@ class QtExprBldView : public ui::ExprBldView, public QtView {
   std::vector<std::unique_ptr<QtMenuItem>> menus_;
   std::vector<QMenu*> menu_widgets_;  // parallel to menus_: the menu a menu item opens
   QGridLayout* pad_ = nullptr;
-  int pad_count_ = 0;
-  size_t pad_last_rank_ = 0;  // of the last button the pad holds in its order
+  bool pad_pending_ = false;  // buttons made since the pad was last placed
   std::unique_ptr<QObject> guard_ = std::make_unique<QObject>();  // last: goes first
 };
 

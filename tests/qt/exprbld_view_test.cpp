@@ -73,6 +73,20 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   EXPECT_EQ(operators.size(), 19);
   EXPECT_EQ(Str(view.Command("cmdAmpersand").Widget()->text()), "&&");
   EXPECT_FALSE(view.Command("cmdParam").Widget()->isVisible());
+  // Two to a row in the pad's order, whatever order the presenter named them in.
+  const char* order[] = {"cmdLParen",    "cmdRParen",       "cmdPlus",      "cmdMinus",
+                         "cmdStar",      "cmdSlash",        "cmdAmpersand", "cmdLike",
+                         "cmdEqual",     "cmdNotEqual",     "cmdLess",      "cmdGreater",
+                         "cmdLessEqual", "cmdGreaterEqual", "cmdContains",  "cmdNotContain",
+                         "cmdAnd",       "cmdOr",           "cmdNot"};
+  for (size_t i = 1; i < std::size(order); ++i) {
+    const QRect before = view.Command(order[i - 1]).Widget()->geometry();
+    const QRect at = view.Command(order[i]).Widget()->geometry();
+    if (i % 2)
+      EXPECT_TRUE(at.top() == before.top() && at.left() > before.left()) << order[i];
+    else
+      EXPECT_GT(at.top(), before.top()) << order[i];
+  }
 
   // Twips become pixels at 96 dpi: the presenter's rectangles, divided by 15.
   ASSERT_EQ(view.Main()->logicalDpiX(), 96);
