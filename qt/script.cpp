@@ -98,8 +98,8 @@ bool QtGestures::ChooseMenu(std::string_view name) {
   for (QtMenuItem* at = item; at; at = at->Def().parent.empty() ? nullptr : find(at->Def().parent))
     if (!Usable(*at)) return false;
   return Act([&] {
-    if (QMenu* menu = item->Action()->menu(); menu && item->Def().parent.empty())
-      emit menu->aboutToShow();
+    if (item->Def().parent.empty())
+      emit view_.MenuWidget(item->Name())->aboutToShow();
     else
       item->Action()->trigger();
   });

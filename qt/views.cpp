@@ -202,43 +202,77 @@ void QtExprBldView::PlacePad() {
   pad_pending_ = false;
 }
 
+// The menus' popups are made as the user first opens them (few ever open most of them);
+// their items exist from the start, and sit on the window as well, whose shortcuts they are.
 void QtExprBldView::AddMenu(const ui::MenuDef& def) {
-  for (auto& menu : menus_)
-    if (menu->Name() == def.name) Raise(kErrKeyNotUnique);
-  QMenu* parent_menu = nullptr;
-  if (!def.parent.empty()) {
-    size_t i = 0;
-    while (i < menus_.size() && menus_[i]->Name() != def.parent) ++i;
-    if (i == menus_.size()) Raise(kErrElementNotFound);
-    if (!menu_widgets_[i]) {
-      // An item that gains items becomes a submenu.
-      menu_widgets_[i] = new QMenu(Main());
-      menus_[i]->Action()->setMenu(menu_widgets_[i]);
-    }
-    parent_menu = menu_widgets_[i];
-  }
+  if (MenuIndex(def.name) < menus_.size()) Raise(kErrKeyNotUnique);
+  const size_t parent = def.parent.empty() ? menus_.size() : MenuIndex(def.parent);
+  if (!def.parent.empty() && parent == menus_.size()) Raise(kErrElementNotFound);
+  const size_t index = menus_.size();
   std::string name = def.name;
   QAction* action = nullptr;
-  QMenu* own_menu = nullptr;
-  if (!parent_menu) {
-    own_menu = Main()->menuBar()->addMenu(ToQt(def.caption));
-    action = own_menu->menuAction();
-    QObject::connect(own_menu, &QMenu::aboutToShow, guard_.get(), [this, name] {
-      if (events_) Fire([&] { events_->MenuClick(name); });
-    });
-  } else if (def.caption == "-") {
-    action = parent_menu->addSeparator();
+  if (def.parent.empty()) {
+    action = Main()->menuBar()->addAction(ToQt(def.caption));
+    // The bar announces the item it is about to open (by mouse or keyboard) first.
+    QObject::connect(action, &QAction::hovered, guard_.get(), [this, index] { MenuWidget(index); });
   } else {
-    // Made whole before the menu has it, which then hears of it once.
-    action = new QAction(ToQt(def.caption), parent_menu);
-    if (!def.shortcut.empty()) action->setShortcut(QKeySequence::fromString(ToQt(def.shortcut)));
-    QObject::connect(action, &QAction::triggered, guard_.get(), [this, name] {
-      if (events_) Fire([&] { events_->MenuClick(name); });
-    });
-    parent_menu->addAction(action);
+    action = new QAction(Main());
+    if (def.caption == "-") {
+      action->setSeparator(true);
+    } else {
+      action->setText(ToQt(def.caption));
+      if (!def.shortcut.empty()) {
+        action->setShortcut(QKeySequence::fromString(ToQt(def.shortcut)));
+        Main()->addAction(action);
+      }
+      QObject::connect(action, &QAction::triggered, guard_.get(), [this, name] {
+        if (events_) Fire([&] { events_->MenuClick(name); });
+      });
+    }
   }
   menus_.push_back(std::make_unique<QtMenuItem>(def, action));
-  menu_widgets_.push_back(own_menu);
+  menu_widgets_.push_back(nullptr);
+  items_.emplace_back();
+  if (parent < index) {
+    items_[parent].push_back(index);
+    const std::string& above = menus_[parent]->Def().parent;
+    if (QMenu* menu = menu_widgets_[parent])
+      menu->addAction(action);
+    else if (!above.empty() && menu_widgets_[MenuIndex(above)])
+      MenuWidget(parent);  // an item of an open menu that gains items becomes a submenu
+  }
+}
+
+size_t QtExprBldView::MenuIndex(std::string_view name) const {
+  size_t i = 0;
+  while (i < menus_.size() && menus_[i]->Name() != name) ++i;
+  return i;
+}
+
+QMenu* QtExprBldView::MenuWidget(size_t index) {
+  if (QMenu* made = menu_widgets_[index]) return made;
+  auto* menu = new QMenu(Main());
+  menu_widgets_[index] = menu;
+  QtMenuItem& item = *menus_[index];
+  if (item.Def().parent.empty()) {
+    std::string name(item.Name());
+    QObject::connect(menu, &QMenu::aboutToShow, guard_.get(), [this, name] {
+      if (events_) Fire([&] { events_->MenuClick(name); });
+    });
+  }
+  for (size_t child : items_[index]) {
+    menu->addAction(menus_[child]->Action());
+    if (!items_[child].empty()) MenuWidget(child);
+  }
+  item.Action()->setMenu(menu);
+  return menu;
+}
+
+QMenu* QtExprBldView::MenuWidget(std::string_view name) {
+  const size_t i = MenuIndex(name);
+  if (i == menus_.size()) Raise(kErrElementNotFound);
+  if (items_[i].empty() && !menus_[i]->Def().parent.empty()) return nullptr;
+  return MenuWidget(i);
 }
 
 QtMenuItem& QtExprBldView::Menu(std::string_view name) {

@@ -2,6 +2,7 @@
 
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
 #include <QTest>
@@ -22,11 +23,13 @@ std::string Str(const QString& text) {
 
 // The menu bar as the user sees it: "caption[shortcut]" per item, "-" for separators,
 // items of a menu indented; hidden items left out.
-std::string MenuText(QMenuBar* bar) {
+std::string MenuText(qt::QtExprBldView& view) {
   std::string text;
-  for (QAction* menu : bar->actions()) {
+  for (QAction* menu : view.Main()->menuBar()->actions()) {
     if (!menu->isVisible()) continue;
     text += Str(menu->text()) + ":";
+    for (qt::QtMenuItem* top : view.Menus())
+      if (top->Action() == menu) view.MenuWidget(top->Name());
     for (QAction* item : menu->menu()->actions()) {
       if (!item->isVisible()) continue;
       text += " " + (item->isSeparator() ? std::string("-") : Str(item->text()));
@@ -45,8 +48,21 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   ASSERT_TRUE(view.Main()->isVisible());
   EXPECT_EQ(Str(view.Main()->windowTitle()), "Expression Builder");
 
+  // The menus' shortcuts work before any menu was opened; the bar opens a menu on a click.
+  ASSERT_TRUE(QTest::qWaitForWindowActive(view.Main()));
+  EXPECT_TRUE(view.Main()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly).isEmpty());
+  QTest::keyClick(view.KXEditor1().Widget(), Qt::Key_F2, Qt::ControlModifier);
+  EXPECT_EQ(view.KXEditor1().Bookmarks().size(), 1u);
+  QMenuBar* bar = view.Main()->menuBar();
+  QAction* edit = bar->actions().at(1);
+  QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(edit).center());
+  ASSERT_NE(edit->menu(), nullptr);
+  EXPECT_TRUE(edit->menu()->isVisible());
+  EXPECT_EQ(Str(edit->menu()->actions().at(0)->text()), "&Undo");
+  edit->menu()->hide();
+
   // Templates are not allowed: the first activation hides their menu item.
-  EXPECT_EQ(MenuText(view.Main()->menuBar()),
+  EXPECT_EQ(MenuText(view),
             "&File: &Open...[Ctrl+O] &Save...[Ctrl+S]\n"
             "&Edit: &Undo[Ctrl+Z] &Redo[Ctrl+Y] - Cu&t[Ctrl+X] &Copy[Ctrl+C] &Paste[Ctrl+V] - "
             "&Find...[Ctrl+F] R&eplace...[Ctrl+H]\n"
