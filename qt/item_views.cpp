@@ -42,7 +42,7 @@ int TreeModel::rowCount(const QModelIndex& parent) const {
 QVariant TreeModel::data(const QModelIndex& index, int role) const {
   const int32_t id = IdOf(index);
   if (id < 0 || (role != Qt::DisplayRole && role != Qt::EditRole)) return {};
-  return At(id).text;
+  return ToQt(At(id).text);
 }
 
 int32_t TreeModel::Find(std::string_view key) const {
@@ -87,12 +87,8 @@ size_t TreeModel::Append(int32_t parent, std::span<const ui::TreeNode> nodes) {
   beginInsertRows(IndexOf(parent), first, first + static_cast<int>(count) - 1);
   for (size_t i = 0; i < count; ++i) {
     list.push_back(static_cast<int32_t>(nodes_.size()));
-    nodes_.push_back({nodes[i].key,
-                      nodes[i].tag,
-                      ToQt(nodes[i].text),
-                      parent,
-                      static_cast<int32_t>(first + i),
-                      {}});
+    nodes_.push_back(
+        {nodes[i].key, nodes[i].tag, nodes[i].text, parent, static_cast<int32_t>(first + i), {}});
   }
   endInsertRows();
   return count;
@@ -167,7 +163,7 @@ ui::TreeNode QtTreeView::NodeOf(int32_t id) const {
   const TreeModel::Node& n = model_->At(id);
   ui::TreeNode node;
   node.key = n.key;
-  node.text = FromQt(n.text);
+  node.text = n.text;
   node.tag = n.tag;
   node.parent = n.parent < 0 ? std::string() : model_->At(n.parent).key;
   node.expanded = Widget()->isExpanded(model_->IndexOf(id));

@@ -25,7 +25,7 @@ class TreeModel : public QAbstractItemModel {
   struct Node {
     std::string key;
     std::string tag;
-    QString text;
+    std::string text;     // widened as the view asks: only shown nodes are
     int32_t parent = -1;  // -1: a root
     int32_t row = 0;      // among its parent's children
     std::vector<int32_t> children;
