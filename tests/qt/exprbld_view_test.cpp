@@ -7,6 +7,7 @@
 #include <QScreen>
 #include <QStyledItemDelegate>
 #include <QTest>
+#include <QToolBar>
 #include <QToolButton>
 
 #include "error_of.h"
@@ -300,6 +301,35 @@ TEST(QtExprBldView, ItemsPaintAsTheStyleWouldPaintThem) {
   }
   grid->setEnabled(false);
   EXPECT_TRUE(same(grid));
+}
+
+TEST(QtExprBldView, ToolRowLooksLikeAToolbar) {
+  // The same buttons and separators in our row and in a toolbar, at the window's height for
+  // it, in one with room to spare and in one too low: the same picture.
+  QPixmap picture(16, 16);
+  picture.fill(Qt::darkCyan);
+  for (int height : {28, 40, 20}) {
+    QWidget window;
+    auto* row = new qt::ToolRow(&window);
+    auto* bar = new QToolBar(&window);
+    bar->setMovable(false);
+    bar->setIconSize(QSize(16, 16));
+    for (int i = 0; i < 5; ++i) {
+      auto* action = new QAction(&window);
+      action->setSeparator(i == 2);
+      action->setIcon(QIcon(picture));
+      action->setEnabled(i != 4);
+      row->Append(action);
+      bar->addAction(action);
+    }
+    // Away from the pointer, which would raise a button.
+    row->setGeometry(0, 60, 300, height);
+    bar->setGeometry(0, 120, 300, height);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_EQ(row->grab().toImage(), bar->grab().toImage()) << height;
+    EXPECT_EQ(row->actions(), bar->actions());
+  }
 }
 
 TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
