@@ -6,7 +6,9 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QHash>
+#include <QPainter>
 #include <QScreen>
+#include <QStyleOptionToolBar>
 #include <QTimer>
 #include <QWindowStateChangeEvent>
 
@@ -269,20 +271,116 @@ void QtToolbarButton::SetImage(const std::string& image) {
   if (!def_.separator) action_->setIcon(ToolbarIcon(image));
 }
 
-QtToolbar::QtToolbar(std::string name, QToolBar* bar,
-                     std::function<void(const std::string&)> clicked)
-    : QtControl(std::move(name), bar), clicked_(std::move(clicked)) {
-  bar->setToolButtonStyle(Qt::ToolButtonIconOnly);
-  bar->setMovable(false);
-  bar->setFloatable(false);
+namespace {
+
+class ToolSeparator : public QWidget {
+ public:
+  explicit ToolSeparator(QWidget* bar) : QWidget(bar) {}
+  QSize sizeHint() const override {
+    const int extent =
+        style()->pixelMetric(QStyle::PM_ToolBarSeparatorExtent, nullptr, parentWidget());
+    return {extent, extent};
+  }
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    QStyleOption option;
+    option.initFrom(this);
+    option.state |= QStyle::State_Horizontal;
+    style()->drawPrimitive(QStyle::PE_IndicatorToolBarSeparator, &option, &painter, parentWidget());
+  }
+};
+
+}  // namespace
+
+void ToolRow::Append(QAction* action) {
+  addAction(action);
+  QWidget* item;
+  if (action->isSeparator()) {
+    item = new ToolSeparator(this);
+  } else {
+    auto* button = new QToolButton(this);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setIconSize(icon_size_);
+    button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    button->setDefaultAction(action);
+    item = button;
+  }
+  items_.push_back(item);
+  if (isVisible()) {
+    Place();
+    item->show();
+  }
 }
 
+int ToolRow::Margin() const {
+  return style()->pixelMetric(QStyle::PM_ToolBarItemMargin, nullptr, this) +
+         style()->pixelMetric(QStyle::PM_ToolBarFrameWidth, nullptr, this);
+}
+
+int ToolRow::Spacing() const {
+  return style()->pixelMetric(QStyle::PM_ToolBarItemSpacing, nullptr, this);
+}
+
+QSize ToolRow::sizeHint() const {
+  int width = 0;
+  int height = 0;
+  for (QWidget* item : items_) {
+    const QSize hint = item->sizeHint();
+    width += hint.width();
+    height = std::max(height, hint.height());
+  }
+  if (!items_.empty()) width += Spacing() * static_cast<int>(items_.size() - 1);
+  return QSize(width, height) + 2 * QSize(Margin(), Margin());
+}
+
+// One row inside the margin, each item as wide as it asks; the buttons as high as the
+// highest asks or the row has room for, centred; the separators the row's full height.
+void ToolRow::Place() {
+  const QRect area = rect().adjusted(Margin(), Margin(), -Margin(), -Margin());
+  int button_height = 0;
+  for (QWidget* item : items_) button_height = std::max(button_height, item->sizeHint().height());
+  button_height = std::min(button_height, area.height());
+  const int top = area.top() + (area.height() - button_height) / 2;
+  int x = area.left();
+  for (QWidget* item : items_) {
+    const int width = item->sizeHint().width();
+    if (qobject_cast<QToolButton*>(item))
+      item->setGeometry(x, top, width, button_height);
+    else
+      item->setGeometry(x, area.top(), width, area.height());
+    x += width + Spacing();
+  }
+}
+
+void ToolRow::resizeEvent(QResizeEvent*) {
+  Place();
+}
+
+void ToolRow::paintEvent(QPaintEvent*) {
+  QPainter painter(this);
+  QStyleOptionToolBar option;
+  option.initFrom(this);
+  option.state |= QStyle::State_Horizontal;
+  option.lineWidth = style()->pixelMetric(QStyle::PM_ToolBarFrameWidth, nullptr, this);
+  option.features = QStyleOptionToolBar::None;
+  option.toolBarArea = Qt::NoToolBarArea;
+  style()->drawControl(QStyle::CE_ToolBar, &option, &painter, this);
+}
+
+QtToolbar::QtToolbar(std::string name, ToolRow* bar,
+                     std::function<void(const std::string&)> clicked)
+    : QtControl(std::move(name), bar), clicked_(std::move(clicked)) {}
+
 void QtToolbar::AddButton(const ui::ToolbarButtonDef& def) {
-  // Made whole before the toolbar has it, which then hears of it once.
-  QAction* action = def.separator ? Widget()->addSeparator() : new QAction(Widget());
+  // Made whole before the row has it.
+  auto* action = new QAction(Widget());
+  action->setSeparator(def.separator);
   buttons_.push_back(std::make_unique<QtToolbarButton>(def, action));
+  Widget()->Append(action);
   if (def.separator) return;
-  Widget()->addAction(action);
   std::string key = def.key;
   QObject::connect(action, &QAction::triggered, Guard(), [this, key] { clicked_(key); });
 }

@@ -11,7 +11,7 @@
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
-#include <QToolBar>
+#include <QToolButton>
 
 #include <exception>
 #include <functional>
@@ -217,16 +217,41 @@ class QtToolbarButton : public ui::ToolbarButton {
 // The icon drawn for a toolbar image key; a null icon for a key we have no picture for.
 QIcon ToolbarIcon(const std::string& image);
 
+// The toolbar: tool buttons and separators in one row, placed and painted as the style
+// places and paints a toolbar's, without a toolbar's layout, extension menu and handling of
+// every change of its actions. The row never overflows: the window's minimum width holds it.
+class ToolRow : public QWidget {
+ public:
+  explicit ToolRow(QWidget* parent) : QWidget(parent) {}
+  void SetIconSize(QSize size) { icon_size_ = size; }
+  // A button for `action`, or a separator when it is one.
+  void Append(QAction* action);
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  // The margin around the row and the space between its items.
+  int Margin() const;
+  int Spacing() const;
+  void Place();
+
+  std::vector<QWidget*> items_;
+  QSize icon_size_{16, 16};
+};
+
 class QtToolbar : public QtControl<ui::Toolbar> {
  public:
   // `clicked` receives the key of a button the user pressed.
-  QtToolbar(std::string name, QToolBar* bar, std::function<void(const std::string&)> clicked);
+  QtToolbar(std::string name, ToolRow* bar, std::function<void(const std::string&)> clicked);
   bool HasFont() const override { return false; }
   void AddButton(const ui::ToolbarButtonDef& def) override;
   int32_t ButtonCount() const override { return static_cast<int32_t>(buttons_.size()); }
   ui::ToolbarButton& Button(int32_t position) override;
   ui::ToolbarButton& Button(std::string_view key) override;
-  QToolBar* Widget() const { return static_cast<QToolBar*>(widget_); }
+  ToolRow* Widget() const { return static_cast<ToolRow*>(widget_); }
 
  private:
   std::function<void(const std::string&)> clicked_;

@@ -6,6 +6,8 @@
 #include <QInputMethod>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPainter>
+#include <QStyle>
 
 #include <algorithm>
 
@@ -19,6 +21,56 @@ namespace {
 constexpr std::string_view kHighlight = "style_winhighlight";
 
 }  // namespace
+
+// ---- Painting ----
+
+void LineDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
+                         const QModelIndex& index) const {
+  const QWidget* widget = option.widget;
+  QStyle* style = widget ? widget->style() : QApplication::style();
+  const QPalette::ColorGroup group = !(option.state & QStyle::State_Enabled) ? QPalette::Disabled
+                                     : (option.state & QStyle::State_Active) ? QPalette::Normal
+                                                                             : QPalette::Inactive;
+  const bool selected = option.state & QStyle::State_Selected;
+  if (selected) {
+    painter->fillRect(option.rect, option.palette.brush(group, QPalette::Highlight));
+  } else if (const QVariant background = index.data(Qt::BackgroundRole);
+             background.canConvert<QBrush>()) {
+    const QBrush brush = qvariant_cast<QBrush>(background);
+    if (brush.style() != Qt::NoBrush) painter->fillRect(option.rect, brush);
+  }
+
+  const QString text = index.data(Qt::DisplayRole).toString();
+  if (!text.isEmpty()) {
+    QBrush pen = option.palette.brush(group, selected ? QPalette::HighlightedText : QPalette::Text);
+    if (const QVariant foreground = index.data(Qt::ForegroundRole);
+        !selected && foreground.canConvert<QBrush>()) {
+      const QBrush brush = qvariant_cast<QBrush>(foreground);
+      if (brush.style() != Qt::NoBrush) pen = brush;
+    }
+    const int margin = style->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, widget) + 1;
+    const QRect area = option.rect.adjusted(margin, 0, -margin, 0);
+    painter->save();
+    painter->setFont(option.font);
+    painter->setPen(QPen(pen, 0));
+    // At a point, not in a rectangle: the rectangle's alignment lays the text out again.
+    const QFontMetrics& metrics = option.fontMetrics;
+    const int top = area.top() + (area.height() - metrics.height()) / 2;
+    painter->drawText(QPoint(area.left(), top + metrics.ascent()),
+                      metrics.elidedText(text, Qt::ElideRight, area.width()));
+    painter->restore();
+  }
+
+  if (option.state & QStyle::State_HasFocus) {
+    QStyleOptionFocusRect focus;
+    focus.QStyleOption::operator=(option);
+    focus.rect = option.rect;
+    focus.state |= QStyle::State_KeyboardFocusChange | QStyle::State_Item;
+    focus.backgroundColor =
+        option.palette.color(group, selected ? QPalette::Highlight : QPalette::Window);
+    style->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, painter, widget);
+  }
+}
 
 // ---- Tree ----
 
@@ -114,6 +166,7 @@ QtTreeView::QtTreeView(std::string name, TreeWidget* tree)
   tree->setHeaderHidden(true);
   tree->setUniformRowHeights(true);
   tree->setSelectionMode(QAbstractItemView::SingleSelection);
+  tree->setItemDelegate(new LineDelegate(tree));
   tree->setModel(model_);
 }
 
@@ -277,6 +330,7 @@ GridWidget::GridWidget(QWidget* parent, bool builder_gesture)
   setWordWrap(false);
   setShowGrid(false);
   setColumnCount(1);
+  setItemDelegate(new LineDelegate(this));
   verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 4);
 }
 

@@ -2,6 +2,7 @@
 // The token tree on QTreeView and the grids on QTableWidget.
 
 #include <QAbstractItemModel>
+#include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QTreeView>
 
@@ -56,6 +57,16 @@ class TreeModel : public QAbstractItemModel {
   std::vector<Node> nodes_;
   std::vector<int32_t> roots_;
   std::unordered_map<std::string, int32_t> ids_;
+};
+
+// Paints an item of the tree and the grids (one line of text, its colours, the selection
+// and the focus frame) the way the style's item painting does for such items, without its
+// general text layout, which costs more than the rest of a row's paint.
+class LineDelegate : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  void paint(QPainter* painter, const QStyleOptionViewItem& option,
+             const QModelIndex& index) const override;
 };
 
 // A tree that reports the user's clicks on nodes (not on the expand arrows) and moves of the

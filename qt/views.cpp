@@ -75,10 +75,9 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
   main->setCentralWidget(client);
   window_ = std::make_unique<QtWindow>("frmExprBld", main, client);
 
-  tbar_ = std::make_unique<QtToolbar>("tbar", new QToolBar(client), [this](const std::string& key) {
+  tbar_ = std::make_unique<QtToolbar>("tbar", new ToolRow(client), [this](const std::string& key) {
     if (events_) Fire([&] { events_->tbar_ButtonClick(key); });
   });
-  tbar_->Widget()->setIconSize(QSize(16, 16));
 
   auto* editor = new EditorWidget(client);
   editor_ = std::make_unique<QtEditor>("KXEditor1", editor, context.keyword_dirs);

@@ -5,7 +5,9 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
+#include <QStyledItemDelegate>
 #include <QTest>
+#include <QToolBar>
 #include <QToolButton>
 
 #include "error_of.h"
@@ -250,6 +252,84 @@ TEST(QtExprBldView, FocusMovingOnRepaintsWhatItChanges) {
   other->setFocus();
   std::tie(shown, fresh) = OnScreenAndFresh(rows);
   EXPECT_EQ(shown, fresh);
+}
+
+TEST(QtExprBldView, ItemsPaintAsTheStyleWouldPaintThem) {
+  // A grid and a tree in every state their items take (coloured row, selected, current with
+  // and without the focus, too long to fit, disabled), painted by our delegate and by the
+  // style's general one: the pictures must not differ.
+  QWidget window;
+  auto* grid = new qt::GridWidget(&window);
+  auto* tree = new qt::TreeWidget(&window);
+  qt::QtTreeView nodes("tree", tree);
+  auto* other = new QLineEdit(&window);
+  grid->setGeometry(0, 0, 160, 150);
+  tree->setGeometry(0, 160, 160, 100);
+  other->move(0, 270);
+  grid->setSelectionBehavior(QAbstractItemView::SelectRows);
+  grid->setSelectionMode(QAbstractItemView::SingleSelection);
+  grid->setColumnCount(2);
+  const char* texts[] = {"Left$", "A text far too long for its cell, cut short", "", "Mid$"};
+  grid->setRowCount(4);
+  for (int row = 0; row < 4; ++row)
+    for (int column = 0; column < 2; ++column)
+      grid->setItem(row, column, new QTableWidgetItem(QString::fromLatin1(texts[row])));
+  grid->item(0, 0)->setBackground(grid->palette().brush(QPalette::Highlight));
+  grid->item(0, 0)->setForeground(grid->palette().brush(QPalette::HighlightedText));
+  nodes.AddNodes({{"a", "Source", "", "", true},
+                  {"b", "Header", "", "a", false},
+                  {"c", "A layout with a name too long to show", "", "a", false}});
+  nodes.SelectNode("b");
+  window.show();
+  window.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  grid->setCurrentCell(3, 1);
+  auto same = [](QAbstractItemView* view) {
+    const QImage ours = view->grab().toImage();
+    QAbstractItemDelegate* delegate = view->itemDelegate();
+    QStyledItemDelegate general;
+    view->setItemDelegate(&general);
+    const QImage theirs = view->grab().toImage();
+    view->setItemDelegate(delegate);
+    return ours == theirs;
+  };
+  for (QWidget* focus : std::initializer_list<QWidget*>{grid, tree, other}) {
+    focus->setFocus();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(same(grid)) << Str(focus->metaObject()->className());
+    EXPECT_TRUE(same(tree)) << Str(focus->metaObject()->className());
+  }
+  grid->setEnabled(false);
+  EXPECT_TRUE(same(grid));
+}
+
+TEST(QtExprBldView, ToolRowLooksLikeAToolbar) {
+  // The same buttons and separators in our row and in a toolbar, at the window's height for
+  // it, in one with room to spare and in one too low: the same picture.
+  QPixmap picture(16, 16);
+  picture.fill(Qt::darkCyan);
+  for (int height : {28, 40, 20}) {
+    QWidget window;
+    auto* row = new qt::ToolRow(&window);
+    auto* bar = new QToolBar(&window);
+    bar->setMovable(false);
+    bar->setIconSize(QSize(16, 16));
+    for (int i = 0; i < 5; ++i) {
+      auto* action = new QAction(&window);
+      action->setSeparator(i == 2);
+      action->setIcon(QIcon(picture));
+      action->setEnabled(i != 4);
+      row->Append(action);
+      bar->addAction(action);
+    }
+    // Away from the pointer, which would raise a button.
+    row->setGeometry(0, 60, 300, height);
+    bar->setGeometry(0, 120, 300, height);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_EQ(row->grab().toImage(), bar->grab().toImage()) << height;
+    EXPECT_EQ(row->actions(), bar->actions());
+  }
 }
 
 TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
