@@ -55,7 +55,7 @@ size_t RecordTable::Probe(std::string_view key, uint32_t hash) const {
   for (; index_[slot] != 0; slot = (slot + 1) & (index_.size() - 1)) {
     if (!SameTag(index_[slot], hash)) continue;
     const size_t position = PositionOf(index_[slot]) - 1;
-    if (hashes_[position] == hash && entries_[position].Key() == key) break;
+    if (hashes_[position] == hash && At(position).Key() == key) break;
   }
   return slot;
 }
@@ -71,7 +71,7 @@ void RecordTable::Prefetch(std::string_view key) const {
 const RecordTable::Record* RecordTable::Find(std::string_view key) const {
   if (index_.empty()) return nullptr;
   const uint32_t found = index_[Probe(key, HashKey(key))];
-  return found ? &entries_[PositionOf(found) - 1].record : nullptr;
+  return found ? &At(PositionOf(found) - 1).record : nullptr;
 }
 
 const char* RecordTable::StoreKey(std::string_view key) {
@@ -91,33 +91,42 @@ const char* RecordTable::StoreKey(std::string_view key) {
 }
 
 void RecordTable::Add(Record record, std::string_view key) {
-  if (entries_.size() >= kMaxRecords || key.size() > UINT32_MAX) Raise(kErrOutOfMemory);
+  if (hashes_.size() >= kMaxRecords || key.size() > UINT32_MAX) Raise(kErrOutOfMemory);
   // Kept at most half full so that probes stay short.
-  if ((entries_.size() + 1) * 2 > index_.size()) Rebuild(index_.empty() ? 16 : index_.size() * 2);
+  if ((hashes_.size() + 1) * 2 > index_.size()) Rebuild(index_.empty() ? 16 : index_.size() * 2);
   const uint32_t hash = HashKey(key);
   const size_t slot = Probe(key, hash);
   if (index_[slot] != 0)
     Raise(kErrDuplicateKey,
           std::string(StandardErrorText(kErrDuplicateKey)) + ": \"" + std::string(key) + "\"");
-  entries_.push_back({std::move(record), StoreKey(key), static_cast<uint32_t>(key.size())});
+  if (blocks_.empty() || blocks_.back().size() == kBlockEntries) {
+    blocks_.emplace_back();
+    // The first block grows as the table does, so a small table stays small; later ones
+    // are taken whole.
+    if (blocks_.size() > 1) blocks_.back().reserve(kBlockEntries);
+  }
+  blocks_.back().push_back({std::move(record), StoreKey(key), static_cast<uint32_t>(key.size())});
   hashes_.push_back(hash);
-  index_[slot] = Pack(hash, entries_.size());
+  index_[slot] = Pack(hash, hashes_.size());
 }
 
 const RecordTable::Record& RecordTable::Item(int32_t position) const {
   if (position < 1 || position > Count()) Raise(kErrSubscript);
-  return entries_[static_cast<size_t>(position - 1)].record;
+  return At(static_cast<size_t>(position - 1)).record;
 }
 
 void RecordTable::Remove(int32_t position) {
   if (position < 1 || position > Count()) Raise(kErrSubscript);
-  entries_.erase(entries_.begin() + (position - 1));
+  for (size_t i = static_cast<size_t>(position); i < hashes_.size(); ++i)
+    At(i - 1) = std::move(At(i));
+  blocks_.back().pop_back();
+  if (blocks_.back().empty()) blocks_.pop_back();
   hashes_.erase(hashes_.begin() + (position - 1));
   Rebuild(index_.size());
 }
 
 void RecordTable::Clear() {
-  entries_.clear();
+  blocks_.clear();
   hashes_.clear();
   index_.clear();
   position_bits_ = 0;

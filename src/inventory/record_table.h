@@ -20,8 +20,8 @@ class RecordTable {
  public:
   using Record = std::shared_ptr<ExpressionInfo>;
 
-  int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
-  bool Empty() const { return entries_.empty(); }
+  int32_t Count() const { return static_cast<int32_t>(hashes_.size()); }
+  bool Empty() const { return hashes_.empty(); }
 
   // Appends under `key`; a key already present raises 457, naming the key in the
   // description after the standard text.
@@ -58,8 +58,15 @@ class RecordTable {
   // A copy of `key` that stays put until Clear.
   const char* StoreKey(std::string_view key);
 
-  std::vector<Entry, LargePageAllocator<Entry>> entries_;
-  // Beside the entries rather than in them: growing the index reads only these.
+  // Entries in blocks that never move: a growing table does not read its early entries, long
+  // gone from the caches, back to copy them.
+  static constexpr size_t kBlockEntries = kLargePageSize / sizeof(Entry);
+  static_assert((kBlockEntries & (kBlockEntries - 1)) == 0);
+  Entry& At(size_t i) { return blocks_[i / kBlockEntries][i % kBlockEntries]; }
+  const Entry& At(size_t i) const { return blocks_[i / kBlockEntries][i % kBlockEntries]; }
+  std::vector<std::vector<Entry, LargePageAllocator<Entry>>> blocks_;
+  // Beside the entries rather than in them: growing the index reads only these. One per
+  // entry, so also the count.
   std::vector<uint32_t, LargePageAllocator<uint32_t>> hashes_;
   // Low `position_bits_` bits: entry position + 1, 0 marking a free slot; the bits above:
   // part of the key's hash, so that most probes never touch an entry. Four bytes a slot keep
