@@ -263,6 +263,8 @@ void QtToolbarButton::SetToolTip(const std::string& text) {
 }
 
 void QtToolbarButton::SetImage(const std::string& image) {
+  // Every change of an action is announced to its toolbar, which lays itself out again.
+  if (image == def_.image && !action_->icon().isNull()) return;
   def_.image = image;
   if (!def_.separator) action_->setIcon(ToolbarIcon(image));
 }
@@ -276,9 +278,11 @@ QtToolbar::QtToolbar(std::string name, QToolBar* bar,
 }
 
 void QtToolbar::AddButton(const ui::ToolbarButtonDef& def) {
-  QAction* action = def.separator ? Widget()->addSeparator() : Widget()->addAction(QString());
+  // Made whole before the toolbar has it, which then hears of it once.
+  QAction* action = def.separator ? Widget()->addSeparator() : new QAction(Widget());
   buttons_.push_back(std::make_unique<QtToolbarButton>(def, action));
   if (def.separator) return;
+  Widget()->addAction(action);
   std::string key = def.key;
   QObject::connect(action, &QAction::triggered, Guard(), [this, key] { clicked_(key); });
 }

@@ -16,181 +16,203 @@ namespace kx::qt {
 
 namespace {
 
-// A node's key and tag live beside its item, as the presenter gave them: a thousand record
-// layouts would otherwise each convert and store both as item data.
-class NodeItem : public QTreeWidgetItem {
- public:
-  static constexpr int kType = QTreeWidgetItem::UserType + 1;
-  explicit NodeItem(const ui::TreeNode& node)
-      : QTreeWidgetItem(QStringList(ToQt(node.text)), kType), key(node.key), tag(node.tag) {}
-  std::string key;
-  std::string tag;
-};
-
-NodeItem* AsNode(QTreeWidgetItem* item) {
-  return item && item->type() == NodeItem::kType ? static_cast<NodeItem*>(item) : nullptr;
-}
-const NodeItem* AsNode(const QTreeWidgetItem* item) {
-  return item && item->type() == NodeItem::kType ? static_cast<const NodeItem*>(item) : nullptr;
-}
-
 constexpr std::string_view kHighlight = "style_winhighlight";
 
 }  // namespace
 
 // ---- Tree ----
 
+QModelIndex TreeModel::index(int row, int column, const QModelIndex& parent) const {
+  if (column != 0 || row < 0) return {};
+  const std::vector<int32_t>& list = Children(IdOf(parent));
+  if (row >= static_cast<int>(list.size())) return {};
+  return createIndex(row, 0, static_cast<quintptr>(list[static_cast<size_t>(row)]));
+}
+
+QModelIndex TreeModel::parent(const QModelIndex& child) const {
+  const int32_t id = IdOf(child);
+  return id < 0 ? QModelIndex() : IndexOf(At(id).parent);
+}
+
+int TreeModel::rowCount(const QModelIndex& parent) const {
+  if (parent.column() > 0) return 0;
+  return static_cast<int>(Children(IdOf(parent)).size());
+}
+
+QVariant TreeModel::data(const QModelIndex& index, int role) const {
+  const int32_t id = IdOf(index);
+  if (id < 0 || (role != Qt::DisplayRole && role != Qt::EditRole)) return {};
+  return ToQt(At(id).text);
+}
+
+int32_t TreeModel::Find(std::string_view key) const {
+  auto it = ids_.find(std::string(key));
+  return it == ids_.end() ? -1 : it->second;
+}
+
+QModelIndex TreeModel::IndexOf(int32_t id) const {
+  return id < 0 ? QModelIndex() : createIndex(At(id).row, 0, static_cast<quintptr>(id));
+}
+
+int32_t TreeModel::IdOf(const QModelIndex& index) const {
+  if (!index.isValid() || index.model() != this) return -1;
+  return static_cast<int32_t>(index.internalId());
+}
+
+const std::vector<int32_t>& TreeModel::Children(int32_t parent) const {
+  return parent < 0 ? roots_ : At(parent).children;
+}
+
+void TreeModel::Clear() {
+  beginResetModel();
+  nodes_.clear();
+  roots_.clear();
+  ids_.clear();
+  endResetModel();
+}
+
+size_t TreeModel::Append(int32_t parent, std::span<const ui::TreeNode> nodes) {
+  // The keys first: the view must not see a node that then fails.
+  const auto first_id = static_cast<int32_t>(nodes_.size());
+  size_t count = 0;
+  while (count < nodes.size() &&
+         ids_.try_emplace(nodes[count].key, first_id + static_cast<int32_t>(count)).second)
+    ++count;
+  if (count == 0) return 0;
+  // Before taking the parent's list: growing the nodes would move it.
+  const size_t needed = nodes_.size() + count;
+  if (needed > nodes_.capacity()) nodes_.reserve(std::max(needed, 2 * nodes_.capacity()));
+  std::vector<int32_t>& list = parent < 0 ? roots_ : At(parent).children;
+  const int first = static_cast<int>(list.size());
+  beginInsertRows(IndexOf(parent), first, first + static_cast<int>(count) - 1);
+  for (size_t i = 0; i < count; ++i) {
+    list.push_back(static_cast<int32_t>(nodes_.size()));
+    nodes_.push_back(
+        {nodes[i].key, nodes[i].tag, nodes[i].text, parent, static_cast<int32_t>(first + i), {}});
+  }
+  endInsertRows();
+  return count;
+}
+
 void TreeWidget::mousePressEvent(QMouseEvent* event) {
   QPoint at = event->position().toPoint();
   QModelIndex index = indexAt(at);
   bool on_node =
       index.isValid() && at.x() >= visualRect(index).left() && event->button() == Qt::LeftButton;
-  QTreeWidget::mousePressEvent(event);
-  if (on_node)
-    if (QTreeWidgetItem* item = itemFromIndex(index)) emit nodeClicked(item);
+  QTreeView::mousePressEvent(event);
+  if (on_node) emit nodeClicked(index);
 }
 
 void TreeWidget::keyPressEvent(QKeyEvent* event) {
-  QTreeWidgetItem* before = currentItem();
-  QTreeWidget::keyPressEvent(event);
-  if (currentItem() && currentItem() != before) emit nodeClicked(currentItem());
+  const QPersistentModelIndex before = currentIndex();
+  QTreeView::keyPressEvent(event);
+  if (currentIndex().isValid() && currentIndex() != before) emit nodeClicked(currentIndex());
 }
 
-QtTreeView::QtTreeView(std::string name, QTreeWidget* tree) : QtControl(std::move(name), tree) {
+QtTreeView::QtTreeView(std::string name, TreeWidget* tree)
+    : QtControl(std::move(name), tree), model_(new TreeModel(tree)) {
   tree->setHeaderHidden(true);
-  tree->setColumnCount(1);
   tree->setUniformRowHeights(true);
   tree->setSelectionMode(QAbstractItemView::SingleSelection);
+  tree->setModel(model_);
 }
 
-std::string QtTreeView::KeyOf(const QTreeWidgetItem* item) {
-  const NodeItem* node = AsNode(item);
-  return node ? node->key : std::string();
+std::string QtTreeView::KeyOf(const QModelIndex& index) const {
+  const int32_t id = model_->IdOf(index);
+  return id < 0 ? std::string() : model_->At(id).key;
 }
 
-QTreeWidgetItem* QtTreeView::Item(std::string_view key) const {
-  auto it = items_.find(std::string(key));
-  return it == items_.end() ? nullptr : it->second;
+QModelIndex QtTreeView::Item(std::string_view key) const {
+  return model_->IndexOf(model_->Find(key));
 }
 
-QTreeWidgetItem* QtTreeView::Need(std::string_view key) const {
-  QTreeWidgetItem* item = Item(key);
-  if (!item) Raise(kErrElementNotFound);
-  return item;
+int32_t QtTreeView::Need(std::string_view key) const {
+  const int32_t id = model_->Find(key);
+  if (id < 0) Raise(kErrElementNotFound);
+  return id;
 }
 
 void QtTreeView::Clear() {
-  Widget()->clear();
-  items_.clear();
-}
-
-QTreeWidgetItem* QtTreeView::MakeItem(const ui::TreeNode& node) const {
-  if (items_.count(node.key)) Raise(kErrKeyNotUnique);
-  return new NodeItem(node);
+  model_->Clear();
 }
 
 void QtTreeView::AddNode(const ui::TreeNode& node) {
-  QTreeWidgetItem* parent = node.parent.empty() ? nullptr : Need(node.parent);
-  QTreeWidgetItem* item = MakeItem(node);
-  if (parent)
-    parent->addChild(item);
-  else
-    Widget()->addTopLevelItem(item);
-  if (node.expanded) item->setExpanded(true);
-  items_.emplace(node.key, item);
+  AddNodes({node});
 }
 
-// The tree's model announces every insertion to the view, which for a thousand record
-// layouts added one by one costs milliseconds: new items are put together off the tree
-// and go in with one insertion per parent that is already in it.
+// A run of nodes under one parent goes in with one insertion: the thousand record layouts
+// are one run.
 void QtTreeView::AddNodes(const std::vector<ui::TreeNode>& nodes) {
-  std::vector<std::pair<QTreeWidgetItem*, QList<QTreeWidgetItem*>>> batches;  // null: roots
-  std::vector<QTreeWidgetItem*> expand;
-  auto attach = [&] {
-    for (auto& [parent, items] : batches) {
-      if (parent)
-        parent->addChildren(items);
-      else
-        Widget()->addTopLevelItems(items);
-    }
-    for (QTreeWidgetItem* item : expand) item->setExpanded(true);
-  };
-  items_.reserve(items_.size() + nodes.size());
-  try {
-    for (const ui::TreeNode& node : nodes) {
-      QTreeWidgetItem* parent = node.parent.empty() ? nullptr : Need(node.parent);
-      QTreeWidgetItem* item = MakeItem(node);
-      if (parent && !parent->treeWidget()) {  // new in this call
-        parent->addChild(item);
-      } else {
-        auto batch = std::find_if(batches.begin(), batches.end(),
-                                  [&](const auto& b) { return b.first == parent; });
-        if (batch == batches.end()) batch = batches.insert(batches.end(), {parent, {}});
-        batch->second.append(item);
-      }
-      if (node.expanded) expand.push_back(item);
-      items_.emplace(node.key, item);
-    }
-  } catch (...) {
-    attach();
-    throw;
+  size_t i = 0;
+  while (i < nodes.size()) {
+    const std::string& parent_key = nodes[i].parent;
+    const int32_t parent = parent_key.empty() ? -1 : Need(parent_key);
+    size_t end = i + 1;
+    while (end < nodes.size() && nodes[end].parent == parent_key) ++end;
+    const int32_t first = model_->Size();
+    const size_t added = model_->Append(parent, {nodes.data() + i, end - i});
+    for (size_t k = 0; k < added; ++k)
+      if (nodes[i + k].expanded)
+        Widget()->setExpanded(model_->IndexOf(first + static_cast<int32_t>(k)), true);
+    if (i + added < end) Raise(kErrKeyNotUnique);
+    i = end;
   }
-  attach();
 }
 
-ui::TreeNode QtTreeView::NodeOf(const QTreeWidgetItem* item) const {
+ui::TreeNode QtTreeView::NodeOf(int32_t id) const {
+  const TreeModel::Node& n = model_->At(id);
   ui::TreeNode node;
-  node.key = KeyOf(item);
-  node.text = FromQt(item->text(0));
-  node.tag = AsNode(item) ? AsNode(item)->tag : std::string();
-  node.parent = item->parent() ? KeyOf(item->parent()) : std::string();
-  node.expanded = item->isExpanded();
+  node.key = n.key;
+  node.text = n.text;
+  node.tag = n.tag;
+  node.parent = n.parent < 0 ? std::string() : model_->At(n.parent).key;
+  node.expanded = Widget()->isExpanded(model_->IndexOf(id));
   return node;
 }
 
 std::optional<ui::TreeNode> QtTreeView::Node(std::string_view key) const {
-  QTreeWidgetItem* item = Item(key);
-  if (!item) return std::nullopt;
-  return NodeOf(item);
+  const int32_t id = model_->Find(key);
+  if (id < 0) return std::nullopt;
+  return NodeOf(id);
 }
 
 void QtTreeView::SetTag(std::string_view key, const std::string& tag) {
-  if (NodeItem* node = AsNode(Need(key))) node->tag = tag;
+  model_->At(Need(key)).tag = tag;
 }
 
 void QtTreeView::SetExpanded(std::string_view key, bool expanded) {
-  Need(key)->setExpanded(expanded);
+  Widget()->setExpanded(model_->IndexOf(Need(key)), expanded);
 }
 
 int32_t QtTreeView::ChildCount(std::string_view key) const {
-  return Need(key)->childCount();
+  return static_cast<int32_t>(model_->At(Need(key)).children.size());
 }
 
 void QtTreeView::SelectNode(std::string_view key) {
   QSignalBlocker block(Widget());
   if (key.empty()) {
-    Widget()->setCurrentItem(nullptr);
+    Widget()->setCurrentIndex({});
     Widget()->clearSelection();
     return;
   }
-  QTreeWidgetItem* item = Need(key);
-  Widget()->setCurrentItem(item);
-  Widget()->scrollToItem(item);
+  const QModelIndex index = model_->IndexOf(Need(key));
+  Widget()->setCurrentIndex(index);
+  Widget()->scrollTo(index);
 }
 
 std::string QtTreeView::SelectedKey() const {
-  QList<QTreeWidgetItem*> selected = Widget()->selectedItems();
+  const QModelIndexList selected = Widget()->selectionModel()->selectedIndexes();
   return selected.isEmpty() ? std::string() : KeyOf(selected.front());
 }
 
 std::vector<ui::TreeNode> QtTreeView::Nodes() const {
   std::vector<ui::TreeNode> nodes;
-  nodes.reserve(items_.size());
-  std::function<void(QTreeWidgetItem*)> walk = [&](QTreeWidgetItem* item) {
-    nodes.push_back(NodeOf(item));
-    for (int i = 0; i < item->childCount(); ++i) walk(item->child(i));
+  nodes.reserve(static_cast<size_t>(model_->Size()));
+  std::function<void(int32_t)> walk = [&](int32_t id) {
+    nodes.push_back(NodeOf(id));
+    for (int32_t child : model_->At(id).children) walk(child);
   };
-  for (int i = 0; i < Widget()->topLevelItemCount(); ++i) walk(Widget()->topLevelItem(i));
+  for (int32_t root : model_->Children(-1)) walk(root);
   return nodes;
 }
 

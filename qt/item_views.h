@@ -1,9 +1,11 @@
 #pragma once
-// The token tree on QTreeWidget and the grids on QTableWidget.
+// The token tree on QTreeView and the grids on QTableWidget.
 
+#include <QAbstractItemModel>
 #include <QTableWidget>
-#include <QTreeWidget>
+#include <QTreeView>
 
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -14,14 +16,56 @@
 
 namespace kx::qt {
 
+// The token tree's nodes, in flat vectors: a thousand record layouts cost a thousand
+// small records and one insertion, where an item each would cost an object, its data and
+// an announcement each.
+class TreeModel : public QAbstractItemModel {
+ public:
+  using QAbstractItemModel::QAbstractItemModel;
+  struct Node {
+    std::string key;
+    std::string tag;
+    std::string text;     // widened as the view asks: only shown nodes are
+    int32_t parent = -1;  // -1: a root
+    int32_t row = 0;      // among its parent's children
+    std::vector<int32_t> children;
+  };
+
+  QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+  QModelIndex parent(const QModelIndex& child) const override;
+  int rowCount(const QModelIndex& parent = {}) const override;
+  int columnCount(const QModelIndex&) const override { return 1; }
+  bool hasChildren(const QModelIndex& parent = {}) const override { return rowCount(parent) > 0; }
+  QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+  // -1 when there is no such node.
+  int32_t Find(std::string_view key) const;
+  const Node& At(int32_t id) const { return nodes_[static_cast<size_t>(id)]; }
+  Node& At(int32_t id) { return nodes_[static_cast<size_t>(id)]; }
+  QModelIndex IndexOf(int32_t id) const;
+  int32_t IdOf(const QModelIndex& index) const;
+  const std::vector<int32_t>& Children(int32_t parent) const;
+  int32_t Size() const { return static_cast<int32_t>(nodes_.size()); }
+
+  void Clear();
+  // Appends nodes under one parent (-1: roots) in one insertion, up to the first whose key
+  // is taken; how many it appended.
+  size_t Append(int32_t parent, std::span<const ui::TreeNode> nodes);
+
+ private:
+  std::vector<Node> nodes_;
+  std::vector<int32_t> roots_;
+  std::unordered_map<std::string, int32_t> ids_;
+};
+
 // A tree that reports the user's clicks on nodes (not on the expand arrows) and moves of the
 // current node by keyboard; moves the presenter makes are not reported.
-class TreeWidget : public QTreeWidget {
+class TreeWidget : public QTreeView {
   Q_OBJECT
  public:
-  explicit TreeWidget(QWidget* parent) : QTreeWidget(parent) {}
+  explicit TreeWidget(QWidget* parent = nullptr) : QTreeView(parent) {}
  signals:
-  void nodeClicked(QTreeWidgetItem* item);
+  void nodeClicked(const QModelIndex& index);
 
  protected:
   void mousePressEvent(QMouseEvent* event) override;
@@ -30,7 +74,7 @@ class TreeWidget : public QTreeWidget {
 
 class QtTreeView : public QtControl<ui::TreeView> {
  public:
-  QtTreeView(std::string name, QTreeWidget* tree);
+  QtTreeView(std::string name, TreeWidget* tree);
   void Clear() override;
   void AddNode(const ui::TreeNode& node) override;
   void AddNodes(const std::vector<ui::TreeNode>& nodes) override;
@@ -42,19 +86,17 @@ class QtTreeView : public QtControl<ui::TreeView> {
   std::string SelectedKey() const override;
   std::vector<ui::TreeNode> Nodes() const override;
 
-  QTreeWidget* Widget() const { return static_cast<QTreeWidget*>(widget_); }
-  // The item of a node, nullptr when there is none.
-  QTreeWidgetItem* Item(std::string_view key) const;
-  // The key of an item.
-  static std::string KeyOf(const QTreeWidgetItem* item);
+  TreeWidget* Widget() const { return static_cast<TreeWidget*>(widget_); }
+  // The index of a node, invalid when there is none.
+  QModelIndex Item(std::string_view key) const;
+  // The key of an index of the tree, empty for any other.
+  std::string KeyOf(const QModelIndex& index) const;
 
  private:
-  QTreeWidgetItem* Need(std::string_view key) const;  // raises 35601
-  // A detached item for a node whose key is new (raises 35602 otherwise).
-  QTreeWidgetItem* MakeItem(const ui::TreeNode& node) const;
-  ui::TreeNode NodeOf(const QTreeWidgetItem* item) const;
+  int32_t Need(std::string_view key) const;  // raises 35601
+  ui::TreeNode NodeOf(int32_t id) const;
 
-  std::unordered_map<std::string, QTreeWidgetItem*> items_;
+  TreeModel* model_;  // the widget's child
 };
 
 // A table that tells its view about the gestures the grids' events need besides the

@@ -42,12 +42,13 @@ bool QtGestures::Act(Gesture&& gesture) {
 bool QtGestures::ClickNode(std::string_view key) {
   QtTreeView& tree = view_.TreeView1();
   if (!Usable(tree)) return false;
-  QTreeWidgetItem* item = tree.Item(key);
-  if (!item) throw ui::NoSuchGesture("TreeView1 has no node \"" + std::string(key) + "\"");
+  const QModelIndex item = tree.Item(key);
+  if (!item.isValid())
+    throw ui::NoSuchGesture("TreeView1 has no node \"" + std::string(key) + "\"");
   return Act([&] {
-    tree.Widget()->setCurrentItem(item);
-    tree.Widget()->scrollToItem(item);
-    emit static_cast<TreeWidget*>(tree.Widget())->nodeClicked(item);
+    tree.Widget()->setCurrentIndex(item);
+    tree.Widget()->scrollTo(item);
+    emit tree.Widget()->nodeClicked(item);
   });
 }
 
@@ -97,8 +98,8 @@ bool QtGestures::ChooseMenu(std::string_view name) {
   for (QtMenuItem* at = item; at; at = at->Def().parent.empty() ? nullptr : find(at->Def().parent))
     if (!Usable(*at)) return false;
   return Act([&] {
-    if (QMenu* menu = item->Action()->menu(); menu && item->Def().parent.empty())
-      emit menu->aboutToShow();
+    if (item->Def().parent.empty())
+      emit view_.MenuWidget(item->Name())->aboutToShow();
     else
       item->Action()->trigger();
   });

@@ -37,6 +37,23 @@ size_t PadRank(std::string_view name) {
   return static_cast<size_t>(it - std::begin(kPadOrder));
 }
 
+// The operator pad's widget: calls `place` as it is first polished or shown, so that buttons
+// named in a burst before then are laid out once, in the pad's order.
+class PadWidget : public QWidget {
+ public:
+  PadWidget(QWidget* parent, std::function<void()> place)
+      : QWidget(parent), place_(std::move(place)) {}
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() == QEvent::Polish || event->type() == QEvent::Show) place_();
+    return QWidget::event(event);
+  }
+
+ private:
+  std::function<void()> place_;
+};
+
 template <typename T>
 void Add(std::vector<ui::Control*>& controls, const std::unique_ptr<T>& control) {
   controls.push_back(control.get());
@@ -79,8 +96,8 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
   vselbottom_ = std::make_unique<QtPane>("vselbottom", bottom);
   auto* tree = new TreeWidget(bottom);
   tree_ = std::make_unique<QtTreeView>("TreeView1", tree);
-  QObject::connect(tree, &TreeWidget::nodeClicked, guard_.get(), [this](QTreeWidgetItem* item) {
-    if (events_) Fire([&] { events_->TreeView1_NodeClick(QtTreeView::KeyOf(item)); });
+  QObject::connect(tree, &TreeWidget::nodeClicked, guard_.get(), [this](const QModelIndex& index) {
+    if (events_) Fire([&] { events_->TreeView1_NodeClick(tree_->KeyOf(index)); });
   });
   auto* grid = new GridWidget(bottom, true);
   grid->horizontalHeader()->hide();
@@ -108,7 +125,10 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
     }
   }
 
-  auto* pad = new QWidget(client);
+  // The widget may outlive the view for a moment (deferred deletion).
+  auto* pad = new PadWidget(client, [this, guard = QPointer<QObject>(guard_.get())] {
+    if (guard && pad_pending_) PlacePad();
+  });
   vselbuttons_ = std::make_unique<QtPane>("vselbuttons", pad);
   pad_ = new QGridLayout(pad);
   pad_->setContentsMargins(0, 0, 0, 0);
@@ -152,18 +172,10 @@ QtButton& QtExprBldView::Command(std::string_view name) {
     widget->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     widget->setMinimumHeight(kPadButtonHeight * 2 / 3);
     widget->setMaximumHeight(kPadButtonHeight);
-    ++pad_count_;
-    // Named in the pad's order, as the presenter names them, a button just goes last.
-    const size_t rank = PadRank(key);
-    if (rank >= pad_last_rank_) {
-      const int at = pad_count_ - 1;
-      pad_->setRowStretch(at / kPadColumns, 0);
-      pad_->addWidget(widget, at / kPadColumns, at % kPadColumns);
-      pad_->setRowStretch(at / kPadColumns + 1, 1);
-      pad_last_rank_ = rank;
-    } else {
-      PlacePad();
-    }
+    // Operators are named alphabetically: placing each as it comes would lay the pad out
+    // again for most of them.
+    pad_pending_ = true;
+    if (vselbuttons_->Widget()->isVisible()) PlacePad();
   }
   widget->show();
   return *commands_.back();
@@ -187,43 +199,80 @@ void QtExprBldView::PlacePad() {
   }
   for (int row = 0; row < pad_->rowCount(); ++row) pad_->setRowStretch(row, 0);
   pad_->setRowStretch((at + kPadColumns - 1) / kPadColumns, 1);
+  pad_pending_ = false;
 }
 
+// The menus' popups are made as the user first opens them (few ever open most of them);
+// their items exist from the start, and sit on the window as well, whose shortcuts they are.
 void QtExprBldView::AddMenu(const ui::MenuDef& def) {
-  for (auto& menu : menus_)
-    if (menu->Name() == def.name) Raise(kErrKeyNotUnique);
-  QMenu* parent_menu = nullptr;
-  if (!def.parent.empty()) {
-    size_t i = 0;
-    while (i < menus_.size() && menus_[i]->Name() != def.parent) ++i;
-    if (i == menus_.size()) Raise(kErrElementNotFound);
-    if (!menu_widgets_[i]) {
-      // An item that gains items becomes a submenu.
-      menu_widgets_[i] = new QMenu(Main());
-      menus_[i]->Action()->setMenu(menu_widgets_[i]);
-    }
-    parent_menu = menu_widgets_[i];
-  }
+  if (MenuIndex(def.name) < menus_.size()) Raise(kErrKeyNotUnique);
+  const size_t parent = def.parent.empty() ? menus_.size() : MenuIndex(def.parent);
+  if (!def.parent.empty() && parent == menus_.size()) Raise(kErrElementNotFound);
+  const size_t index = menus_.size();
   std::string name = def.name;
   QAction* action = nullptr;
-  QMenu* own_menu = nullptr;
-  if (!parent_menu) {
-    own_menu = Main()->menuBar()->addMenu(ToQt(def.caption));
-    action = own_menu->menuAction();
-    QObject::connect(own_menu, &QMenu::aboutToShow, guard_.get(), [this, name] {
-      if (events_) Fire([&] { events_->MenuClick(name); });
-    });
-  } else if (def.caption == "-") {
-    action = parent_menu->addSeparator();
+  if (def.parent.empty()) {
+    action = Main()->menuBar()->addAction(ToQt(def.caption));
+    // The bar announces the item it is about to open (by mouse or keyboard) first.
+    QObject::connect(action, &QAction::hovered, guard_.get(), [this, index] { MenuWidget(index); });
   } else {
-    action = parent_menu->addAction(ToQt(def.caption));
-    if (!def.shortcut.empty()) action->setShortcut(QKeySequence::fromString(ToQt(def.shortcut)));
-    QObject::connect(action, &QAction::triggered, guard_.get(), [this, name] {
+    action = new QAction(Main());
+    if (def.caption == "-") {
+      action->setSeparator(true);
+    } else {
+      action->setText(ToQt(def.caption));
+      if (!def.shortcut.empty()) {
+        action->setShortcut(QKeySequence::fromString(ToQt(def.shortcut)));
+        Main()->addAction(action);
+      }
+      QObject::connect(action, &QAction::triggered, guard_.get(), [this, name] {
+        if (events_) Fire([&] { events_->MenuClick(name); });
+      });
+    }
+  }
+  menus_.push_back(std::make_unique<QtMenuItem>(def, action));
+  menu_widgets_.push_back(nullptr);
+  items_.emplace_back();
+  if (parent < index) {
+    items_[parent].push_back(index);
+    const std::string& above = menus_[parent]->Def().parent;
+    if (QMenu* menu = menu_widgets_[parent])
+      menu->addAction(action);
+    else if (!above.empty() && menu_widgets_[MenuIndex(above)])
+      MenuWidget(parent);  // an item of an open menu that gains items becomes a submenu
+  }
+}
+
+size_t QtExprBldView::MenuIndex(std::string_view name) const {
+  size_t i = 0;
+  while (i < menus_.size() && menus_[i]->Name() != name) ++i;
+  return i;
+}
+
+QMenu* QtExprBldView::MenuWidget(size_t index) {
+  if (QMenu* made = menu_widgets_[index]) return made;
+  auto* menu = new QMenu(Main());
+  menu_widgets_[index] = menu;
+  QtMenuItem& item = *menus_[index];
+  if (item.Def().parent.empty()) {
+    std::string name(item.Name());
+    QObject::connect(menu, &QMenu::aboutToShow, guard_.get(), [this, name] {
       if (events_) Fire([&] { events_->MenuClick(name); });
     });
   }
-  menus_.push_back(std::make_unique<QtMenuItem>(def, action));
-  menu_widgets_.push_back(own_menu);
+  for (size_t child : items_[index]) {
+    menu->addAction(menus_[child]->Action());
+    if (!items_[child].empty()) MenuWidget(child);
+  }
+  item.Action()->setMenu(menu);
+  return menu;
+}
+
+QMenu* QtExprBldView::MenuWidget(std::string_view name) {
+  const size_t i = MenuIndex(name);
+  if (i == menus_.size()) Raise(kErrElementNotFound);
+  if (items_[i].empty() && !menus_[i]->Def().parent.empty()) return nullptr;
+  return MenuWidget(i);
 }
 
 QtMenuItem& QtExprBldView::Menu(std::string_view name) {

@@ -72,12 +72,16 @@ class QtExprBldView : public ui::ExprBldView, public QtView {
   std::vector<ui::Control*> Controls() override;
 
   QMainWindow* Main() const { return static_cast<QMainWindow*>(top_); }
+  // The popup of a menu or submenu, made now if it was not yet; nullptr for a plain item.
+  QMenu* MenuWidget(std::string_view name);
   std::vector<QtMenuItem*> Menus();
   std::vector<QtButton*> Commands();
 
  private:
   ui::ExprBldEvents* Sink() const { return events_; }
   void PlacePad();
+  size_t MenuIndex(std::string_view name) const;  // menus_.size() when there is none
+  QMenu* MenuWidget(size_t index);
 
   ui::ExprBldEvents* events_ = nullptr;
   std::unique_ptr<QtWindow> window_;
@@ -91,10 +95,11 @@ class QtExprBldView : public ui::ExprBldView, public QtView {
   std::unique_ptr<QtPane> vselbuttons_;
   std::vector<std::unique_ptr<QtButton>> commands_;
   std::vector<std::unique_ptr<QtMenuItem>> menus_;
-  std::vector<QMenu*> menu_widgets_;  // parallel to menus_: the menu a menu item opens
+  // Parallel to menus_: the popup a menu item opens (null until made), its items' indexes.
+  std::vector<QMenu*> menu_widgets_;
+  std::vector<std::vector<size_t>> items_;
   QGridLayout* pad_ = nullptr;
-  int pad_count_ = 0;
-  size_t pad_last_rank_ = 0;  // of the last button the pad holds in its order
+  bool pad_pending_ = false;  // buttons made since the pad was last placed
   std::unique_ptr<QObject> guard_ = std::make_unique<QObject>();  // last: goes first
 };
 

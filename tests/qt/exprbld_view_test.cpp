@@ -2,6 +2,7 @@
 
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
 #include <QScreen>
 #include <QTest>
@@ -22,11 +23,13 @@ std::string Str(const QString& text) {
 
 // The menu bar as the user sees it: "caption[shortcut]" per item, "-" for separators,
 // items of a menu indented; hidden items left out.
-std::string MenuText(QMenuBar* bar) {
+std::string MenuText(qt::QtExprBldView& view) {
   std::string text;
-  for (QAction* menu : bar->actions()) {
+  for (QAction* menu : view.Main()->menuBar()->actions()) {
     if (!menu->isVisible()) continue;
     text += Str(menu->text()) + ":";
+    for (qt::QtMenuItem* top : view.Menus())
+      if (top->Action() == menu) view.MenuWidget(top->Name());
     for (QAction* item : menu->menu()->actions()) {
       if (!item->isVisible()) continue;
       text += " " + (item->isSeparator() ? std::string("-") : Str(item->text()));
@@ -45,8 +48,21 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   ASSERT_TRUE(view.Main()->isVisible());
   EXPECT_EQ(Str(view.Main()->windowTitle()), "Expression Builder");
 
+  // The menus' shortcuts work before any menu was opened; the bar opens a menu on a click.
+  ASSERT_TRUE(QTest::qWaitForWindowActive(view.Main()));
+  EXPECT_TRUE(view.Main()->findChildren<QMenu*>(Qt::FindDirectChildrenOnly).isEmpty());
+  QTest::keyClick(view.KXEditor1().Widget(), Qt::Key_F2, Qt::ControlModifier);
+  EXPECT_EQ(view.KXEditor1().Bookmarks().size(), 1u);
+  QMenuBar* bar = view.Main()->menuBar();
+  QAction* edit = bar->actions().at(1);
+  QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(edit).center());
+  ASSERT_NE(edit->menu(), nullptr);
+  EXPECT_TRUE(edit->menu()->isVisible());
+  EXPECT_EQ(Str(edit->menu()->actions().at(0)->text()), "&Undo");
+  edit->menu()->hide();
+
   // Templates are not allowed: the first activation hides their menu item.
-  EXPECT_EQ(MenuText(view.Main()->menuBar()),
+  EXPECT_EQ(MenuText(view),
             "&File: &Open...[Ctrl+O] &Save...[Ctrl+S]\n"
             "&Edit: &Undo[Ctrl+Z] &Redo[Ctrl+Y] - Cu&t[Ctrl+X] &Copy[Ctrl+C] &Paste[Ctrl+V] - "
             "&Find...[Ctrl+F] R&eplace...[Ctrl+H]\n"
@@ -73,6 +89,20 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   EXPECT_EQ(operators.size(), 19);
   EXPECT_EQ(Str(view.Command("cmdAmpersand").Widget()->text()), "&&");
   EXPECT_FALSE(view.Command("cmdParam").Widget()->isVisible());
+  // Two to a row in the pad's order, whatever order the presenter named them in.
+  const char* order[] = {"cmdLParen",    "cmdRParen",       "cmdPlus",      "cmdMinus",
+                         "cmdStar",      "cmdSlash",        "cmdAmpersand", "cmdLike",
+                         "cmdEqual",     "cmdNotEqual",     "cmdLess",      "cmdGreater",
+                         "cmdLessEqual", "cmdGreaterEqual", "cmdContains",  "cmdNotContain",
+                         "cmdAnd",       "cmdOr",           "cmdNot"};
+  for (size_t i = 1; i < std::size(order); ++i) {
+    const QRect before = view.Command(order[i - 1]).Widget()->geometry();
+    const QRect at = view.Command(order[i]).Widget()->geometry();
+    if (i % 2)
+      EXPECT_TRUE(at.top() == before.top() && at.left() > before.left()) << order[i];
+    else
+      EXPECT_GT(at.top(), before.top()) << order[i];
+  }
 
   // Twips become pixels at 96 dpi: the presenter's rectangles, divided by 15.
   ASSERT_EQ(view.Main()->logicalDpiX(), 96);
@@ -115,49 +145,63 @@ TEST(QtExprBldView, MenusToolbarAndLayoutFollowThePresenter) {
   view.Form().Unload();
 }
 
-// Each node as "parent/key=text", in display order.
-std::string TreeText(QTreeWidget* tree) {
+// Each node as "key=text", in display order, as the widget's model gives them.
+std::string TreeText(const qt::QtTreeView& view) {
   std::string text;
-  std::function<void(QTreeWidgetItem*)> walk = [&](QTreeWidgetItem* item) {
-    text += qt::QtTreeView::KeyOf(item) + "=" + Str(item->text(0)) + ";";
-    for (int i = 0; i < item->childCount(); ++i) walk(item->child(i));
+  const QAbstractItemModel* model = view.Widget()->model();
+  std::function<void(const QModelIndex&)> walk = [&](const QModelIndex& parent) {
+    for (int i = 0; i < model->rowCount(parent); ++i) {
+      const QModelIndex index = model->index(i, 0, parent);
+      EXPECT_EQ(model->parent(index), parent);
+      text += view.KeyOf(index) + "=" + Str(index.data().toString()) + ";";
+      walk(index);
+    }
   };
-  for (int i = 0; i < tree->topLevelItemCount(); ++i) walk(tree->topLevelItem(i));
+  walk({});
   return text;
 }
 
 // Nodes added in one call land as if added one by one: order, nesting under new and old
-// parents, expansion; a failing node leaves those before it in the tree.
-TEST(QtTreeView, AddNodesMatchesAddingOneByOne) {
+// parents, expansion, tags, and the model the widget reads agrees; a failing node leaves
+// those before it in the tree.
+TEST(QtTreeView, AddNodesKeepsOrderNestingAndStopsAtTheFailingNode) {
   const std::vector<ui::TreeNode> nodes = {
       {"R", "Root", "", "", true},  {"A", "a", "t", "R", false}, {"S", "Second", "", "", false},
       {"A1", "a1", "", "A", false}, {"B", "b", "", "R", true},   {"B1", "b1", "", "B", false},
       {"S1", "s1", "", "S", false}, {"A2", "a2", "", "A", false}};
-  auto shape = [](qt::QtTreeView& view) {
-    std::string text = TreeText(view.Widget());
-    for (const ui::TreeNode& node : view.Nodes())
-      text += node.key + (node.expanded ? "+" : "-") + node.tag;
-    return text;
-  };
-  QTreeWidget one_widget, batch_widget;
-  qt::QtTreeView one("one", &one_widget), batch("batch", &batch_widget);
-  one.AddNode(nodes[0]);
-  batch.AddNode(nodes[0]);  // a parent already in the tree
-  for (size_t i = 1; i < nodes.size(); ++i) one.AddNode(nodes[i]);
-  batch.AddNodes({nodes.begin() + 1, nodes.end()});
-  EXPECT_EQ(shape(batch), shape(one));
+  qt::TreeWidget widget;
+  qt::QtTreeView tree("tree", &widget);
+  tree.AddNode(nodes[0]);  // a parent already in the tree
+  tree.AddNodes({nodes.begin() + 1, nodes.end()});
+  std::string shape;
+  for (const ui::TreeNode& node : tree.Nodes())
+    shape += node.parent + "/" + node.key + (node.expanded ? "+" : "-") + node.tag + " ";
+  EXPECT_EQ(shape, "/R+ R/A-t A/A1- A/A2- R/B+ B/B1- /S- S/S1- ");
+  EXPECT_EQ(TreeText(tree), "R=Root;A=a;A1=a1;A2=a2;B=b;B1=b1;S=Second;S1=s1;");
+  EXPECT_TRUE(widget.isExpanded(tree.Item("B")));
 
   EXPECT_EQ(ErrorOf([&] {
-              batch.AddNodes({{"C", "c", "", "B", false}, {"C", "again", "", "", false}});
+              tree.AddNodes({{"C", "c", "", "B", false}, {"C", "again", "", "", false}});
             }),
             kErrKeyNotUnique);
   EXPECT_EQ(ErrorOf([&] {
-              batch.AddNodes({{"D", "d", "", "C", false}, {"E", "e", "", "Nowhere", false}});
+              tree.AddNodes({{"D", "d", "", "C", false},
+                             {"D2", "d", "", "C", false},
+                             {"D", "dup", "", "C", false},
+                             {"E", "e", "", "C", false}});
+            }),
+            kErrKeyNotUnique);
+  EXPECT_EQ(ErrorOf([&] {
+              tree.AddNodes({{"F", "f", "", "Nowhere", false}});
             }),
             kErrElementNotFound);
-  EXPECT_EQ(batch.ChildCount("B"), 2);
-  EXPECT_EQ(batch.ChildCount("C"), 1);
-  EXPECT_FALSE(batch.Node("E"));
+  EXPECT_EQ(tree.ChildCount("B"), 2);
+  EXPECT_EQ(tree.ChildCount("C"), 2);
+  EXPECT_FALSE(tree.Node("E"));
+  EXPECT_EQ(widget.model()->rowCount(tree.Item("C")), 2);
+  tree.Clear();
+  EXPECT_EQ(widget.model()->rowCount(), 0);
+  EXPECT_FALSE(tree.Item("R").isValid());
 }
 
 // What the window shows of a widget (its last paints, as they stand) and what painting it
@@ -212,15 +256,15 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   QtRig rig;
   rig.builder->Show(0);
   qt::QtExprBldView& view = rig.view();
-  QTreeWidget* tree = view.TreeView1().Widget();
+  qt::TreeWidget* tree = view.TreeView1().Widget();
   qt::GridWidget* grid = view.ssdgridtokens().Widget();
 
   // The widget holds what the presenter added, in its order; "All" is selected and listed.
   std::string nodes;
   for (const ui::TreeNode& node : view.TreeView1().Nodes())
     nodes += node.key + "=" + node.text + ";";
-  EXPECT_EQ(TreeText(tree), nodes);
-  EXPECT_EQ(qt::QtTreeView::KeyOf(tree->currentItem()), "All");
+  EXPECT_EQ(TreeText(view.TreeView1()), nodes);
+  EXPECT_EQ(view.TreeView1().KeyOf(tree->currentIndex()), "All");
   ASSERT_GT(grid->rowCount(), 2);
   const QBrush highlight = grid->palette().brush(QPalette::Active, QPalette::Highlight);
   EXPECT_EQ(grid->item(0, 0)->background(), highlight);
@@ -239,10 +283,10 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   EXPECT_TRUE(rig.box.shown.empty()) << rig.box.shown.front().text;
 
   // A click on "Flow Control" lists the ten constructs and the blank eleventh row.
-  QTreeWidgetItem* flow = view.TreeView1().Item("FC");
-  ASSERT_NE(flow, nullptr);
-  tree->scrollToItem(flow);
-  QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(flow).center());
+  const QModelIndex flow = view.TreeView1().Item("FC");
+  ASSERT_TRUE(flow.isValid());
+  tree->scrollTo(flow);
+  QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(flow).center());
   ASSERT_EQ(grid->rowCount(), 11);
   EXPECT_EQ(Str(grid->item(0, 0)->text()), "For...Next");
   EXPECT_EQ(Str(grid->item(10, 0)->text()), "");

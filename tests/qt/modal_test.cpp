@@ -79,9 +79,8 @@ TEST(QtModal, FunctionDialogFromTheGridComposesWhatTheUserTyped) {
   QtRig rig;
   WhenModal([&](QWidget* builder) {
     qt::QtExprBldView& view = rig.view();
-    QTest::mouseClick(
-        view.TreeView1().Widget()->viewport(), Qt::LeftButton, {},
-        view.TreeView1().Widget()->visualItemRect(view.TreeView1().Item("FC")).center());
+    QTest::mouseClick(view.TreeView1().Widget()->viewport(), Qt::LeftButton, {},
+                      view.TreeView1().Widget()->visualRect(view.TreeView1().Item("FC")).center());
     qt::GridWidget* grid = view.ssdgridtokens().Widget();
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
                       grid->visualItemRect(grid->item(2, 0)).center());  // If...Then...Else
