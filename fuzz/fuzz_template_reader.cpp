@@ -1,9 +1,11 @@
 // Any bytes as a template file: the reader must end with a result (never crash or hang),
-// and what it loads must survive a write and a second load unchanged.
+// what it loads must survive a write and a second load unchanged, and reading the file through
+// a small window must cut the same lines as reading it from memory.
 
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -31,7 +33,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static SilentMessageBox box;
   static kx::ui::ScopedMessageBox guard(box);
   const std::string& path = ScratchPath();
-  kx::WriteWholeFile(path, std::string(reinterpret_cast<const char*>(data), size));
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  kx::WriteWholeFile(path, bytes);
+
+  // Lines read through a small window of the file are the lines read from memory.
+  {
+    kx::TemplateFileInput whole(bytes);
+    std::FILE* f = kx::OpenFile(path, "rb");
+    if (!f) std::abort();
+    kx::TemplateFileInput streamed(f, 1 + size % 7);
+    char whole_lookahead = '\r', streamed_lookahead = '\r';
+    while (!whole.AtEnd()) {
+      if (streamed.AtEnd() ||
+          whole.ReadLine(whole_lookahead) != streamed.ReadLine(streamed_lookahead))
+        std::abort();
+    }
+    if (!streamed.AtEnd()) std::abort();
+  }
 
   kx::ExprTemplates first;
   first.ProductName("fuzz");

@@ -612,7 +612,14 @@ std::shared_ptr<ConversionDocument> ConversionDocument::Parse(
   }
   Reader reader(text, origin);
   auto doc = std::make_shared<ConversionDocument>();
-  doc->model_ = reader.Read(root);
+  {
+    // The model is read while the parse tree is still there, so its strings sit between the
+    // tree's nodes; once the tree is gone, later work (an inventory of the whole conversion)
+    // would allocate into thousands of scattered holes. A copy made before the tree goes
+    // lies in one stretch, and the tree and the first model free one large stretch together.
+    const Conversion read = reader.Read(root);
+    doc->model_ = read;
+  }
   doc->base_dir_ = base_dir;
   doc->ResolveModules();
   return doc;

@@ -10,61 +10,52 @@
 namespace kx {
 
 namespace {
-size_t HashKey(std::string_view key) {
-  return std::hash<std::string_view>{}(key);
-}
-// The hash widened to 64 bits, high bits first: the index takes its slot from the top bits
-// and keeps the top half as a tag that skips most key comparisons.
-uint64_t Wide(size_t hash) {
-  if constexpr (sizeof(size_t) > 4) return static_cast<uint64_t>(hash);
-  return static_cast<uint64_t>(hash) << 32;
-}
-uint64_t Tag(size_t hash) {
-  return Wide(hash) & 0xFFFFFFFF00000000u;
+// The top 32 bits of the key's hash: the index takes a slot from the highest of them and
+// keeps the rest beside the position as a tag.
+uint32_t HashKey(std::string_view key) {
+  const size_t hash = std::hash<std::string_view>{}(key);
+  if constexpr (sizeof(size_t) > 4) return static_cast<uint32_t>(static_cast<uint64_t>(hash) >> 32);
+  return static_cast<uint32_t>(hash);
 }
 }  // namespace
 
-size_t RecordTable::Slot(size_t hash) const {
-  return static_cast<size_t>(Wide(hash) >> shift_);
+size_t RecordTable::Slot(uint32_t hash) const {
+  return hash >> (32 - position_bits_);
 }
 
-void RecordTable::Insert(uint32_t position_plus_one) {
-  const size_t hash = entries_[position_plus_one - 1].hash;
-  size_t slot = Slot(hash);
-  while (index_[slot] != 0) slot = (slot + 1) & (index_.size() - 1);
-  index_[slot] = Tag(hash) | position_plus_one;
+// Low bits: entry position + 1 (entries never reach half the slots); the bits above: the
+// hash bits below those of the slot.
+uint32_t RecordTable::Pack(uint32_t hash, size_t position_plus_one) const {
+  return (hash << position_bits_) | static_cast<uint32_t>(position_plus_one);
+}
+
+bool RecordTable::SameTag(uint32_t slot_value, uint32_t hash) const {
+  return ((slot_value ^ (hash << position_bits_)) >> position_bits_) == 0;
+}
+
+uint32_t RecordTable::PositionOf(uint32_t slot_value) const {
+  return slot_value & ((uint32_t{1} << position_bits_) - 1);
 }
 
 void RecordTable::Rebuild(size_t capacity) {
   index_.assign(capacity, 0);
-  shift_ = 64 - std::countr_zero(capacity);
-  for (size_t i = 0; i < entries_.size(); ++i) Insert(static_cast<uint32_t>(i + 1));
-}
-
-void RecordTable::Grow() {
-  if (index_.empty()) return Rebuild(16);
-  // The tag holds the slot bits (the index never exceeds 2^32 entries), so the old index is
-  // read in order and the new one written nearly in order, without touching the entries: a
-  // large index outgrows the caches, and scattered writes would miss on every record.
-  std::vector<uint64_t, LargePageAllocator<uint64_t>> old(index_.size() * 2, 0);
-  old.swap(index_);
-  shift_ -= 1;
-  const size_t mask = index_.size() - 1;
-  for (const uint64_t entry : old) {
-    if (entry == 0) continue;
-    size_t slot = static_cast<size_t>(entry >> shift_);
+  position_bits_ = std::countr_zero(capacity);
+  const size_t mask = capacity - 1;
+  // In entry order: the hashes are read as a stream, and the index is small enough for the
+  // scattered writes to stay in the cache.
+  for (size_t i = 0; i < hashes_.size(); ++i) {
+    size_t slot = Slot(hashes_[i]);
     while (index_[slot] != 0) slot = (slot + 1) & mask;
-    index_[slot] = entry;
+    index_[slot] = Pack(hashes_[i], i + 1);
   }
 }
 
-size_t RecordTable::Probe(std::string_view key, size_t hash) const {
-  const uint64_t tag = Tag(hash);
+size_t RecordTable::Probe(std::string_view key, uint32_t hash) const {
   size_t slot = Slot(hash);
   for (; index_[slot] != 0; slot = (slot + 1) & (index_.size() - 1)) {
-    if ((index_[slot] & 0xFFFFFFFF00000000u) != tag) continue;
-    const Entry& e = entries_[(index_[slot] & 0xFFFFFFFFu) - 1];
-    if (e.hash == hash && e.Key() == key) break;
+    if (!SameTag(index_[slot], hash)) continue;
+    const size_t position = PositionOf(index_[slot]) - 1;
+    if (hashes_[position] == hash && At(position).Key() == key) break;
   }
   return slot;
 }
@@ -79,8 +70,8 @@ void RecordTable::Prefetch(std::string_view key) const {
 
 const RecordTable::Record* RecordTable::Find(std::string_view key) const {
   if (index_.empty()) return nullptr;
-  const uint64_t found = index_[Probe(key, HashKey(key))];
-  return found ? &entries_[(found & 0xFFFFFFFFu) - 1].record : nullptr;
+  const uint32_t found = index_[Probe(key, HashKey(key))];
+  return found ? &At(PositionOf(found) - 1).record : nullptr;
 }
 
 const char* RecordTable::StoreKey(std::string_view key) {
@@ -100,33 +91,45 @@ const char* RecordTable::StoreKey(std::string_view key) {
 }
 
 void RecordTable::Add(Record record, std::string_view key) {
-  if (entries_.size() >= static_cast<size_t>(INT32_MAX) || key.size() > UINT32_MAX)
-    Raise(kErrOutOfMemory);
+  if (hashes_.size() >= kMaxRecords || key.size() > UINT32_MAX) Raise(kErrOutOfMemory);
   // Kept at most half full so that probes stay short.
-  if ((entries_.size() + 1) * 2 > index_.size()) Grow();
-  const size_t hash = HashKey(key);
+  if ((hashes_.size() + 1) * 2 > index_.size()) Rebuild(index_.empty() ? 16 : index_.size() * 2);
+  const uint32_t hash = HashKey(key);
   const size_t slot = Probe(key, hash);
   if (index_[slot] != 0)
     Raise(kErrDuplicateKey,
           std::string(StandardErrorText(kErrDuplicateKey)) + ": \"" + std::string(key) + "\"");
-  entries_.push_back({std::move(record), StoreKey(key), hash, static_cast<uint32_t>(key.size())});
-  index_[slot] = Tag(hash) | entries_.size();
+  if (blocks_.empty() || blocks_.back().size() == kBlockEntries) {
+    blocks_.emplace_back();
+    // The first block grows as the table does, so a small table stays small; later ones
+    // are taken whole.
+    if (blocks_.size() > 1) blocks_.back().reserve(kBlockEntries);
+  }
+  blocks_.back().push_back({std::move(record), StoreKey(key), static_cast<uint32_t>(key.size())});
+  hashes_.push_back(hash);
+  index_[slot] = Pack(hash, hashes_.size());
 }
 
 const RecordTable::Record& RecordTable::Item(int32_t position) const {
   if (position < 1 || position > Count()) Raise(kErrSubscript);
-  return entries_[static_cast<size_t>(position - 1)].record;
+  return At(static_cast<size_t>(position - 1)).record;
 }
 
 void RecordTable::Remove(int32_t position) {
   if (position < 1 || position > Count()) Raise(kErrSubscript);
-  entries_.erase(entries_.begin() + (position - 1));
+  for (size_t i = static_cast<size_t>(position); i < hashes_.size(); ++i)
+    At(i - 1) = std::move(At(i));
+  blocks_.back().pop_back();
+  if (blocks_.back().empty()) blocks_.pop_back();
+  hashes_.erase(hashes_.begin() + (position - 1));
   Rebuild(index_.size());
 }
 
 void RecordTable::Clear() {
-  entries_.clear();
+  blocks_.clear();
+  hashes_.clear();
   index_.clear();
+  position_bits_ = 0;
   keys_.clear();
   key_free_ = nullptr;
   key_room_ = 0;

@@ -20,8 +20,8 @@ class RecordTable {
  public:
   using Record = std::shared_ptr<ExpressionInfo>;
 
-  int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
-  bool Empty() const { return entries_.empty(); }
+  int32_t Count() const { return static_cast<int32_t>(hashes_.size()); }
+  bool Empty() const { return hashes_.empty(); }
 
   // Appends under `key`; a key already present raises 457, naming the key in the
   // description after the standard text.
@@ -41,26 +41,38 @@ class RecordTable {
   struct Entry {
     Record record;
     const char* key;  // in keys_
-    size_t hash;
     uint32_t key_size;
     std::string_view Key() const { return {key, key_size}; }
   };
 
-  size_t Slot(size_t hash) const;
+  // Two slots per record at most, and a bit of hash beside the position in each slot.
+  static constexpr size_t kMaxRecords = size_t{1} << 30;
+
+  size_t Slot(uint32_t hash) const;
+  uint32_t Pack(uint32_t hash, size_t position_plus_one) const;
+  bool SameTag(uint32_t slot_value, uint32_t hash) const;
+  uint32_t PositionOf(uint32_t slot_value) const;
   // The index slot holding `key`, or the free slot where it would go.
-  size_t Probe(std::string_view key, size_t hash) const;
-  void Insert(uint32_t position_plus_one);
+  size_t Probe(std::string_view key, uint32_t hash) const;
   void Rebuild(size_t capacity);
-  // Doubles the index.
-  void Grow();
   // A copy of `key` that stays put until Clear.
   const char* StoreKey(std::string_view key);
 
-  std::vector<Entry, LargePageAllocator<Entry>> entries_;
-  // Upper half: the key's hash (high bits), so most probes never touch an entry; lower half:
-  // entry position + 1. 0 marks a free slot.
-  std::vector<uint64_t, LargePageAllocator<uint64_t>> index_;
-  int shift_ = 64;  // 64 - log2(index_.size())
+  // Entries in blocks that never move: a growing table does not read its early entries, long
+  // gone from the caches, back to copy them.
+  static constexpr size_t kBlockEntries = kLargePageSize / sizeof(Entry);
+  static_assert((kBlockEntries & (kBlockEntries - 1)) == 0);
+  Entry& At(size_t i) { return blocks_[i / kBlockEntries][i % kBlockEntries]; }
+  const Entry& At(size_t i) const { return blocks_[i / kBlockEntries][i % kBlockEntries]; }
+  std::vector<std::vector<Entry, LargePageAllocator<Entry>>> blocks_;
+  // Beside the entries rather than in them: growing the index reads only these. One per
+  // entry, so also the count.
+  std::vector<uint32_t, LargePageAllocator<uint32_t>> hashes_;
+  // Low `position_bits_` bits: entry position + 1, 0 marking a free slot; the bits above:
+  // part of the key's hash, so that most probes never touch an entry. Four bytes a slot keep
+  // the index of a few hundred thousand records within a core's own cache.
+  std::vector<uint32_t, LargePageAllocator<uint32_t>> index_;
+  int position_bits_ = 0;  // log2(index_.size())
   // Chunks of key bytes; a removed record's key stays until Clear.
   std::vector<std::unique_ptr<char[]>> keys_;
   char* key_free_ = nullptr;

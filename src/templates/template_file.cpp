@@ -55,26 +55,6 @@ bool DirectoryLookupFinds(const std::string& path) {
 // raises the platform's error for a file that cannot be opened. The bytes come through a
 // small buffer that stays in cache: sizing the string first would write every byte of a
 // large file twice (zeros, then the file), each time to memory that is not in cache.
-std::string ReadTemplateFile(const std::string& path) {
-  std::error_code ec;
-  const auto size = std::filesystem::is_regular_file(path, ec)
-                        ? std::filesystem::file_size(path, ec)
-                        : std::uintmax_t{0};
-  std::FILE* f = ec ? nullptr : OpenFile(path, "rb");
-  if (!f) return ReadWholeFile(path);
-  std::string bytes;
-  bool whole = size > 0;
-  if (whole) {
-    bytes.reserve(static_cast<size_t>(size));
-    char block[1 << 16];
-    while (size_t got = std::fread(block, 1, sizeof block, f)) bytes.append(block, got);
-    whole = bytes.size() == size && !std::ferror(f);
-  }
-  std::fclose(f);
-  if (whole) return bytes;
-  return ReadWholeFile(path);
-}
-
 // The lines of a block up to `end_marker`, trimmed and joined by CR LF, appended to `out`.
 void AppendBlock(std::string& out, char& lookahead, TemplateFileInput& file, int32_t& line_counter,
                  std::string_view end_marker, std::string& scratch) {
@@ -245,20 +225,52 @@ std::string TemplateFileInput::ReadLine(char& lookahead) {
   return std::string(ReadLineView(lookahead, scratch));
 }
 
+TemplateFileInput::TemplateFileInput(std::FILE* file, size_t chunk)
+    : file_(file), chunk_(std::max<size_t>(chunk, 1)) {
+  size_t keep = 0;
+  Refill(keep);
+}
+
+TemplateFileInput::~TemplateFileInput() {
+  if (file_) std::fclose(file_);
+}
+
+void TemplateFileInput::Refill(size_t& keep) {
+  const size_t drop = keep > 0 ? keep - 1 : 0;
+  buf_.erase(0, drop);
+  keep -= drop;
+  pos_ -= std::min(pos_, drop);
+  const size_t old = buf_.size();
+  buf_.resize(old + chunk_);
+  const size_t got = std::fread(buf_.data() + old, 1, chunk_, file_);
+  buf_.resize(old + got);
+  if (got > 0) return;
+  const bool failed = std::ferror(file_);
+  std::fclose(file_);
+  file_ = nullptr;
+  if (failed) Raise(kErrDeviceIO);
+}
+
 std::string_view TemplateFileInput::ReadLineView(char& lookahead, std::string& scratch) {
   if (AtEnd()) Raise(kErrInputPastEnd);
-  const std::string_view data = bytes_;
-  const size_t start = pos_;
+  size_t start = pos_;
   size_t end = start;
-  while (end < data.size() && data[end] != kCr && data[end] != kLf) ++end;
+  while (true) {
+    while (end < buf_.size() && buf_[end] != kCr && buf_[end] != kLf) ++end;
+    if (end < buf_.size() || !file_) break;
+    const size_t before = start;
+    Refill(start);
+    end -= before - start;
+  }
   size_t stop = end;
-  if (end < data.size()) {
+  if (end < buf_.size()) {
     pos_ = end + 1;
   } else {
     // The character whose reading reaches the end of the file is not kept.
-    stop = data.size() - 1;
-    pos_ = data.size();
+    stop = buf_.size() - 1;
+    pos_ = buf_.size();
   }
+  const std::string_view data = buf_;
   std::string_view line;
   if (lookahead == kCr || lookahead == kLf) {
     line = data.substr(start, stop - start);
@@ -269,7 +281,20 @@ std::string_view TemplateFileInput::ReadLineView(char& lookahead, std::string& s
     scratch.append(data.substr(start, stop - start));
     line = scratch;
   }
-  if (!AtEnd()) lookahead = data[pos_++];
+  // The window moves for the lookahead, and again to see whether the file ends after it,
+  // so that AtEnd stays exact: the line goes to `scratch` first.
+  auto move_window = [&] {
+    if (pos_ < buf_.size() || !file_) return;
+    if (line.data() != scratch.data()) {
+      scratch.assign(line);
+      line = scratch;
+    }
+    size_t keep = pos_;
+    Refill(keep);
+  };
+  move_window();
+  if (!AtEnd()) lookahead = buf_[pos_++];
+  move_window();
   return line;
 }
 
@@ -379,7 +404,12 @@ bool ExprTemplates::OpenandParseTemplateFile() {
     ok = true;
   } else {
     try {
-      TemplateFileInput file(ReadTemplateFile(filename_));
+      std::error_code ec;
+      std::FILE* f =
+          std::filesystem::is_regular_file(filename_, ec) ? OpenFile(filename_, "rb") : nullptr;
+      // What cannot be opened as a plain file is read whole, for its error or its bytes.
+      TemplateFileInput file =
+          f ? TemplateFileInput(f) : TemplateFileInput(ReadWholeFile(filename_));
       ok = Loader(*this, templates_, file, line_counter).Run();
     } catch (...) {
       Error error = CurrentError();

@@ -3,6 +3,7 @@
 // templates of one template file, and that file's reader and writer.
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -179,19 +180,34 @@ class ExprTemplate {
 // A template file opened for reading, one character at a time.
 class TemplateFileInput {
  public:
-  explicit TemplateFileInput(std::string bytes) : bytes_(std::move(bytes)) {}
-  bool AtEnd() const { return pos_ >= bytes_.size(); }
+  // The whole text in memory.
+  explicit TemplateFileInput(std::string bytes) : buf_(std::move(bytes)) {}
+  // Reads `file` (open for reading; closed here) a window of `chunk` bytes at a time: a large
+  // file is never held whole, and the window stays in the cache while lines are cut from it.
+  explicit TemplateFileInput(std::FILE* file, size_t chunk = size_t{1} << 16);
+  TemplateFileInput(const TemplateFileInput&) = delete;
+  TemplateFileInput& operator=(const TemplateFileInput&) = delete;
+  ~TemplateFileInput();
+
+  bool AtEnd() const { return pos_ >= buf_.size() && !file_; }
   // Reads one line as it stands (untrimmed), keeping one character of lookahead: the
   // character read last before the end of the file is never part of a line. Reading at the
-  // end of the file raises 62.
+  // end of the file raises 62; a file that cannot be read further raises 57.
   std::string ReadLine(char& lookahead);
-  // The same line as a view: into the file's bytes, where the line always lies whole when the
+  // The same line as a view: into the window, where the line always lies whole when the
   // lookahead came from the file, else into `scratch`. Valid until the next read.
   std::string_view ReadLineView(char& lookahead, std::string& scratch);
 
  private:
-  std::string bytes_;
+  // Drops what lies more than one character before `keep` (the character before a line
+  // tells whether the lookahead belongs to it), moves `keep` to match, and appends the next
+  // chunk of the file; closes the file at its end.
+  void Refill(size_t& keep);
+
+  std::string buf_;  // the window
   size_t pos_ = 0;
+  std::FILE* file_ = nullptr;  // null once read to the end
+  size_t chunk_ = 0;
 };
 
 // The sorter of CopyandSortName: keeps its entries in ascending order, ignoring case.

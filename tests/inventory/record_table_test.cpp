@@ -45,12 +45,23 @@ TEST(RecordTableTest, KeysStayFindableThroughGrowthAndRemoval) {
   // several more, must all keep their own bytes.
   const std::string long_key(200000, 'x');
   table.Add(records[2], long_key);
-  for (int i = 5000; i < 40000; ++i) table.Add(records[3], "k" + std::to_string(i));
+  // Past several blocks of entries, with a record that tells neighbours apart.
+  const auto pooled = [&](int i) { return records[static_cast<size_t>(i % 7)]; };
+  for (int i = 5000; i < 140000; ++i) table.Add(pooled(i), "k" + std::to_string(i));
   ASSERT_NE(table.Find(long_key), nullptr);
   EXPECT_EQ(*table.Find(long_key), records[2]);
   EXPECT_EQ(table.Find(long_key.substr(1)), nullptr);
-  for (int i : {0, 4999, 5000, 21000, 39999})
+  for (int i : {0, 4999, 5000, 21000, 70000, 139999})
     EXPECT_NE(table.Find("k" + std::to_string(i)), nullptr) << i;
+  const int before = table.Count();
+  table.Remove(3);  // every later entry moves down one, across the blocks' edges
+  EXPECT_EQ(table.Count(), before - 1);
+  for (int position : {65534, 65535, 65536, 65537, 131072, before - 1}) {
+    const int i = position - 1;  // k<i> was at i + 2, behind k1 and the long key
+    EXPECT_EQ(table.Item(position), pooled(i)) << position;
+    ASSERT_NE(table.Find("k" + std::to_string(i)), nullptr) << i;
+    EXPECT_EQ(*table.Find("k" + std::to_string(i)), pooled(i)) << i;
+  }
   table.Clear();
   EXPECT_EQ(table.Find("k3"), nullptr);
   table.Add(records[0], "");

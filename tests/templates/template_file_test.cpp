@@ -107,20 +107,36 @@ TEST_F(TemplateFileTest, WriterOutputIsExactAndLoadsBackTrimmed) {
 }
 
 TEST_F(TemplateFileTest, LineReaderKeepsItsOddities) {
-  auto lines = [](const std::string& bytes) {
-    TemplateFileInput file(bytes);
+  auto read = [](TemplateFileInput& file) {
     char lookahead = '\r';
     std::vector<std::string> out;
     while (!file.AtEnd()) out.push_back(file.ReadLine(lookahead));
     return out;
   };
   using V = std::vector<std::string>;
-  EXPECT_EQ(lines("ab\r\ncd"), (V{"ab", "c"}));
-  EXPECT_EQ(lines("a\n\nb\n"), (V{"a", "b"}));
-  EXPECT_EQ(lines("a\r\n\r\nb\r\n"), (V{"a", "", "b"}));
-  EXPECT_EQ(lines("a\rb\rc\r"), (V{"a", "b", "c"}));
-  EXPECT_EQ(lines("a\r\rb\n"), (V{"a", "b"}));
-  EXPECT_EQ(lines(" x \t\r\n"), (V{" x \t"}));
+  const std::pair<std::string, V> cases[] = {
+      {"ab\r\ncd", {"ab", "c"}},
+      {"a\n\nb\n", {"a", "b"}},
+      {"a\r\n\r\nb\r\n", {"a", "", "b"}},
+      {"a\rb\rc\r", {"a", "b", "c"}},
+      {"a\r\rb\n", {"a", "b"}},
+      {" x \t\r\n", {" x \t"}},
+      {"long line\r\nx\ry", {"long line", "x"}},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    TemplateFileInput whole(bytes);
+    EXPECT_EQ(read(whole), expected) << bytes;
+    // Read from a file through windows of every small size: a line or a CR LF cut by the
+    // window's edge reads as it does from memory.
+    for (size_t chunk = 1; chunk <= 4; ++chunk) {
+      std::FILE* f = std::tmpfile();
+      ASSERT_NE(f, nullptr);
+      std::fwrite(bytes.data(), 1, bytes.size(), f);
+      std::rewind(f);
+      TemplateFileInput streamed(f, chunk);
+      EXPECT_EQ(read(streamed), expected) << bytes << " in windows of " << chunk;
+    }
+  }
   TemplateFileInput at_end("");
   char lookahead = '\r';
   EXPECT_EQ(ErrorOf([&] { at_end.ReadLine(lookahead); }), kErrInputPastEnd);
