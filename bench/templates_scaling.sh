@@ -4,12 +4,14 @@
 # time and, less disturbed by other work on a shared machine, in CPU time; the best of each
 # size and, beside it, the medians.
 # Builds nothing: run `cmake --preset bench && cmake --build --preset bench` first.
-#   bench/templates_scaling.sh [TURNS]     (turns of each size, default 40)
+#   bench/templates_scaling.sh [TURNS]     (turns of each size, default 120: this shared machine
+#   alternates between two speeds, and the best of a size is its fast one only when enough
+#   turns meet it)
 # For a load-independent check, compare callgrind's instruction counts of one load of each
 # size (--toggle-collect='kx::ExprTemplates::LoadFrom*', --benchmark_filter='BM_Load/10000$').
 set -euo pipefail
 if [ "${1:-}" = -h ] || [ "${1:-}" = --help ]; then
-  sed -n '2,9p' "$0" | cut -c3-
+  sed -n '2,11p' "$0" | cut -c3-
   exit 0
 fi
 cd "$(dirname "$0")/.."
@@ -18,7 +20,7 @@ if [ ! -x "$bench" ]; then
   echo "templates_scaling.sh: $bench is missing; build the bench preset first" >&2
   exit 2
 fi
-turns=${1:-40}
+turns=${1:-120}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
