@@ -320,8 +320,7 @@ int KeyCode(const QKeyEvent& event) {
   }
 }
 
-GridWidget::GridWidget(QWidget* parent, bool builder_gesture)
-    : QTableWidget(parent), builder_gesture_(builder_gesture) {
+GridWidget::GridWidget(QWidget* parent) : QTableWidget(parent) {
   verticalHeader()->hide();
   horizontalHeader()->setStretchLastSection(true);
   horizontalHeader()->setHighlightSections(false);
@@ -336,16 +335,6 @@ GridWidget::GridWidget(QWidget* parent, bool builder_gesture)
 
 void GridWidget::keyPressEvent(QKeyEvent* event) {
   emit keyDown(KeyCode(*event));
-  if (builder_gesture_ && event->modifiers() == Qt::NoModifier) {
-    if (event->key() == Qt::Key_F4 && currentRow() >= 0) {
-      emit buildFunction();
-      return;
-    }
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && currentRow() >= 0) {
-      emit rowDoubleClicked();
-      return;
-    }
-  }
   QTableWidget::keyPressEvent(event);
 }
 
@@ -353,39 +342,145 @@ void GridWidget::mouseDoubleClickEvent(QMouseEvent* event) {
   QModelIndex index = indexAt(event->position().toPoint());
   if (!index.isValid()) return QTableWidget::mouseDoubleClickEvent(event);
   if (index.row() != currentRow()) setCurrentCell(index.row(), index.column());
-  if (builder_gesture_ && (event->modifiers() & Qt::ControlModifier)) {
-    emit buildFunction();
-    return;
-  }
   QTableWidget::mouseDoubleClickEvent(event);
   emit rowDoubleClicked();
 }
 
-void GridWidget::contextMenuEvent(QContextMenuEvent* event) {
-  if (!builder_gesture_) return QTableWidget::contextMenuEvent(event);
+namespace {
+
+// Losing the focus changes the frame (a style may mark the focused view), the current
+// cell's focus frame and the selection's colours. The views' own handler repaints every
+// row and the scroll bars too, which a window that moves the focus on opening would pay
+// for with a second paint of the whole view.
+void RepaintFocusLeaving(QAbstractItemView* view, QRegion cells) {
+  QRegion frame(view->rect());
+  for (QWidget* child : view->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+    if (child->isVisible()) frame -= child->geometry();
+  view->update(frame);
+  if (view->currentIndex().isValid()) cells += view->visualRect(view->currentIndex());
+  view->viewport()->update(cells);
+  if (qApp->autoSipEnabled() && view->testAttribute(Qt::WA_InputMethodEnabled))
+    QGuiApplication::inputMethod()->hide();
+}
+
+}  // namespace
+
+void GridWidget::focusOutEvent(QFocusEvent* event) {
+  RepaintFocusLeaving(
+      this, selectionModel() ? visualRegionForSelection(selectionModel()->selection()) : QRegion());
+  event->accept();
+}
+
+QVariant RowsModel::data(const QModelIndex& index, int role) const {
+  if (!index.isValid() || index.row() >= rowCount()) return {};
+  const Row& row = At(index.row());
+  switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole:
+      return ToQt(row.text);
+    case Qt::BackgroundRole:
+      return row.style == kHighlight ? QVariant(highlight_) : QVariant();
+    case Qt::ForegroundRole:
+      return row.style == kHighlight ? QVariant(highlight_text_) : QVariant();
+    default:
+      return {};
+  }
+}
+
+void RowsModel::Clear() {
+  beginResetModel();
+  rows_.clear();
+  endResetModel();
+}
+
+void RowsModel::Append(const std::string& text) {
+  const int row = rowCount();
+  beginInsertRows({}, row, row);
+  rows_.push_back({text, {}});
+  endInsertRows();
+}
+
+void RowsModel::SetText(int32_t row, const std::string& text) {
+  rows_[static_cast<size_t>(row)].text = text;
+  emit dataChanged(index(row), index(row), {Qt::DisplayRole, Qt::EditRole});
+}
+
+void RowsModel::SetStyle(int32_t row, const std::string& style) {
+  rows_[static_cast<size_t>(row)].style = style;
+  emit dataChanged(index(row), index(row), {Qt::BackgroundRole, Qt::ForegroundRole});
+}
+
+void RowsModel::SetHighlight(const QBrush& background, const QBrush& foreground) {
+  highlight_ = background;
+  highlight_text_ = foreground;
+}
+
+namespace {
+
+// Rows as high as the tables' rows, and no wider than the list: a long text is cut short
+// as in a table's stretched column, not scrolled to.
+class RowDelegate : public LineDelegate {
+ public:
+  using LineDelegate::LineDelegate;
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override {
+    return {1, option.fontMetrics.height() + 4};
+  }
+};
+
+}  // namespace
+
+TokenListWidget::TokenListWidget(QWidget* parent) : QListView(parent), rows_(new RowsModel(this)) {
+  // The row styles show the current row; Qt's own selection would paint a second one.
+  setSelectionMode(QAbstractItemView::NoSelection);
+  setWordWrap(false);
+  setUniformItemSizes(true);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setEditTriggers(QAbstractItemView::NoEditTriggers);
+  setItemDelegate(new RowDelegate(this));
+  setModel(rows_);
+}
+
+void TokenListWidget::SetCurrentRow(int row) {
+  setCurrentIndex(row < 0 ? QModelIndex() : rows_->index(row));
+}
+
+void TokenListWidget::keyPressEvent(QKeyEvent* event) {
+  if (event->modifiers() == Qt::NoModifier && CurrentRow() >= 0) {
+    if (event->key() == Qt::Key_F4) {
+      emit buildFunction();
+      return;
+    }
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+      emit rowDoubleClicked();
+      return;
+    }
+  }
+  QListView::keyPressEvent(event);
+}
+
+void TokenListWidget::mouseDoubleClickEvent(QMouseEvent* event) {
+  QModelIndex index = indexAt(event->position().toPoint());
+  if (!index.isValid()) return QListView::mouseDoubleClickEvent(event);
+  if (index.row() != CurrentRow()) SetCurrentRow(index.row());
+  if (event->modifiers() & Qt::ControlModifier) {
+    emit buildFunction();
+    return;
+  }
+  QListView::mouseDoubleClickEvent(event);
+  emit rowDoubleClicked();
+}
+
+void TokenListWidget::contextMenuEvent(QContextMenuEvent* event) {
   QModelIndex index = indexAt(event->pos());
-  if (index.isValid() && index.row() != currentRow()) setCurrentCell(index.row(), index.column());
-  if (currentRow() < 0) return;
+  if (index.isValid() && index.row() != CurrentRow()) SetCurrentRow(index.row());
+  if (CurrentRow() < 0) return;
   QMenu menu(this);
   QAction* build = menu.addAction(QStringLiteral("&Build Function...\tF4"));
   if (menu.exec(event->globalPos()) == build) emit buildFunction();
 }
 
-// Losing the focus changes the frame (a style may mark the focused view), the current
-// cell's focus frame and the selection's colours. The table's own handler repaints every
-// row and the scroll bars too, which a window that moves the focus on opening would pay
-// for with a second paint of the whole table.
-void GridWidget::focusOutEvent(QFocusEvent* event) {
-  QRegion frame(rect());
-  for (QWidget* child : findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
-    if (child->isVisible()) frame -= child->geometry();
-  update(frame);
-  QRegion cells;
-  if (selectionModel()) cells = visualRegionForSelection(selectionModel()->selection());
-  if (currentIndex().isValid()) cells += visualRect(currentIndex());
-  viewport()->update(cells);
-  if (qApp->autoSipEnabled() && testAttribute(Qt::WA_InputMethodEnabled))
-    QGuiApplication::inputMethod()->hide();
+void TokenListWidget::focusOutEvent(QFocusEvent* event) {
+  RepaintFocusLeaving(this, {});
   event->accept();
 }
 
@@ -537,6 +632,109 @@ void QtGrid::SetColumns(int32_t count) {
 void QtGrid::SetColumnWidth(int32_t column, int32_t twips) {
   CheckColumn(column);
   Widget()->setColumnWidth(column, PixelsX(twips, Widget()));
+}
+
+// ---- Token grid ----
+
+QtTokenGrid::QtTokenGrid(std::string name, TokenListWidget* list)
+    : QtControl(std::move(name), list) {
+  const QPalette& palette = list->palette();
+  list->Rows()->SetHighlight(palette.brush(QPalette::Active, QPalette::Highlight),
+                             palette.brush(QPalette::Active, QPalette::HighlightedText));
+  QObject::connect(list->selectionModel(), &QItemSelectionModel::currentChanged, Guard(),
+                   [this](const QModelIndex& current) {
+                     if (writing_ > 0) return;
+                     if (before_) before_();
+                     current_row_ = current.isValid() ? current.row() : -1;
+                     if (after_) after_();
+                   });
+}
+
+void QtTokenGrid::Follow(std::function<void()> before, std::function<void()> after) {
+  before_ = std::move(before);
+  after_ = std::move(after);
+}
+
+void QtTokenGrid::CheckRow(int32_t row) const {
+  if (row < 0 || row >= Rows()) Raise(kErrIndexOutOfBounds);
+}
+
+void QtTokenGrid::CheckColumn(int32_t column) const {
+  if (column != 0) Raise(kErrIndexOutOfBounds);
+}
+
+void QtTokenGrid::SetRedraw(bool redraw) {
+  Widget()->setUpdatesEnabled(redraw);
+}
+
+void QtTokenGrid::RemoveAll() {
+  ++writing_;
+  Widget()->Rows()->Clear();
+  --writing_;
+  current_row_ = -1;
+}
+
+void QtTokenGrid::AddRow(const std::string& text) {
+  ++writing_;
+  Widget()->Rows()->Append(text);
+  --writing_;
+}
+
+std::string QtTokenGrid::CellText(int32_t row, int32_t column) const {
+  CheckRow(row);
+  CheckColumn(column);
+  return Widget()->Rows()->At(row).text;
+}
+
+void QtTokenGrid::SetCellText(int32_t row, int32_t column, const std::string& text) {
+  CheckRow(row);
+  CheckColumn(column);
+  Widget()->Rows()->SetText(row, text);
+}
+
+void QtTokenGrid::SetCurrentRow(int32_t row) {
+  if (row != -1) CheckRow(row);
+  current_row_ = row;
+  ++writing_;
+  Widget()->SetCurrentRow(row);
+  --writing_;
+}
+
+void QtTokenGrid::SetCurrentColumn(int32_t column) {
+  CheckColumn(column);
+}
+
+// As on the tables, the highlight row wears the palette's highlight whether or not the
+// grid has the focus.
+void QtTokenGrid::SetRowStyle(int32_t row, const std::string& style) {
+  CheckRow(row);
+  Widget()->Rows()->SetStyle(row, style);
+}
+
+std::string QtTokenGrid::RowStyle(int32_t row) const {
+  CheckRow(row);
+  return Widget()->Rows()->At(row).style;
+}
+
+void QtTokenGrid::ScrollTo(int32_t row) {
+  CheckRow(row);
+  Widget()->scrollTo(Widget()->Rows()->index(row));
+}
+
+void QtTokenGrid::BringToFront() {
+  Widget()->raise();
+}
+
+void QtTokenGrid::Refresh() {
+  Widget()->viewport()->update();
+}
+
+void QtTokenGrid::SetColumns(int32_t count) {
+  if (count != 1) Raise(kErrInvalidCall);
+}
+
+void QtTokenGrid::SetColumnWidth(int32_t column, int32_t) {
+  CheckColumn(column);  // the one column is as wide as the list
 }
 
 }  // namespace kx::qt

@@ -1,7 +1,9 @@
 #pragma once
-// The token tree on QTreeView and the grids on QTableWidget.
+// The token tree on QTreeView, the token grid on QListView and the other grids on
+// QTableWidget.
 
 #include <QAbstractItemModel>
+#include <QListView>
 #include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QTreeView>
@@ -111,19 +113,64 @@ class QtTreeView : public QtControl<ui::TreeView> {
 };
 
 // A table that tells its view about the gestures the grids' events need besides the
-// current cell: the double-click, keys before the table acts on them, and on the token grid
-// the function-builder gesture: Ctrl+double-click, F4, or "Build Function..." from the
-// context menu (Enter there is a double-click).
+// current cell: the double-click and keys before the table acts on them.
 class GridWidget : public QTableWidget {
   Q_OBJECT
  public:
-  explicit GridWidget(QWidget* parent, bool builder_gesture = false);
+  explicit GridWidget(QWidget* parent);
+
+ signals:
+  void rowDoubleClicked();
+  // Before the table handles the key; the platform's key code.
+  void keyDown(int key_code);
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
+};
+
+// The token grid's rows: a text and whether the row wears the highlight.
+class RowsModel : public QAbstractListModel {
+ public:
+  using QAbstractListModel::QAbstractListModel;
+  struct Row {
+    std::string text;
+    std::string style;
+  };
+
+  int rowCount(const QModelIndex& parent = {}) const override {
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+  }
+  QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+  const Row& At(int32_t row) const { return rows_[static_cast<size_t>(row)]; }
+  void Clear();
+  void Append(const std::string& text);
+  void SetText(int32_t row, const std::string& text);
+  void SetStyle(int32_t row, const std::string& style);
+  // The colours of the highlight row.
+  void SetHighlight(const QBrush& background, const QBrush& foreground);
+
+ private:
+  std::vector<Row> rows_;
+  QBrush highlight_, highlight_text_;
+};
+
+// The one-column token grid: a list, which unlike a table makes no header views. It reports
+// the double-click and the function-builder gesture: Ctrl+double-click, F4, or "Build
+// Function..." from the context menu (Enter is a double-click).
+class TokenListWidget : public QListView {
+  Q_OBJECT
+ public:
+  explicit TokenListWidget(QWidget* parent);
+  RowsModel* Rows() const { return rows_; }
+  int CurrentRow() const { return currentIndex().row(); }
+  void SetCurrentRow(int row);
 
  signals:
   void rowDoubleClicked();
   void buildFunction();
-  // Before the table handles the key; the platform's key code.
-  void keyDown(int key_code);
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -132,7 +179,7 @@ class GridWidget : public QTableWidget {
   void focusOutEvent(QFocusEvent* event) override;
 
  private:
-  bool builder_gesture_;
+  RowsModel* rows_;
 };
 
 // The platform's key code of a Qt key (0 for keys it has none for).
@@ -177,6 +224,40 @@ class QtGrid : public QtControl<ui::Grid> {
   std::vector<std::string> styles_;
   int32_t current_row_ = -1;
   int32_t current_column_ = 0;
+  int writing_ = 0;
+};
+
+class QtTokenGrid : public QtControl<ui::Grid> {
+ public:
+  QtTokenGrid(std::string name, TokenListWidget* list);
+  void SetRedraw(bool redraw) override;
+  void RemoveAll() override;
+  void AddRow(const std::string& text) override;
+  int32_t Rows() const override { return Widget()->Rows()->rowCount(); }
+  std::string CellText(int32_t row, int32_t column = 0) const override;
+  void SetCellText(int32_t row, int32_t column, const std::string& text) override;
+  int32_t CurrentRow() const override { return current_row_; }
+  void SetCurrentRow(int32_t row) override;
+  int32_t CurrentColumn() const override { return 0; }
+  void SetCurrentColumn(int32_t column) override;
+  void SetRowStyle(int32_t row, const std::string& style) override;
+  std::string RowStyle(int32_t row) const override;
+  void ScrollTo(int32_t row) override;
+  void BringToFront() override;
+  void Refresh() override;
+  void SetColumns(int32_t count) override;  // one only
+  void SetColumnWidth(int32_t column, int32_t twips) override;
+
+  TokenListWidget* Widget() const { return static_cast<TokenListWidget*>(widget_); }
+  // As QtGrid::Follow.
+  void Follow(std::function<void()> before, std::function<void()> after);
+
+ private:
+  void CheckRow(int32_t row) const;
+  void CheckColumn(int32_t column) const;
+
+  std::function<void()> before_, after_;
+  int32_t current_row_ = -1;
   int writing_ = 0;
 };
 

@@ -53,16 +53,16 @@ bool QtGestures::ClickNode(std::string_view key) {
 }
 
 bool QtGestures::MoveToRow(int32_t row) {
-  QtGrid& grid = view_.ssdgridtokens();
+  QtTokenGrid& grid = view_.ssdgridtokens();
   if (!Usable(grid)) return false;
   if (row < 0 || row >= grid.Rows())
     throw ui::NoSuchGesture("ssdgridtokens has no row " + std::to_string(row));
   if (row == grid.CurrentRow()) return true;
-  return Act([&] { grid.Widget()->setCurrentCell(row, 0); });
+  return Act([&] { grid.Widget()->SetCurrentRow(row); });
 }
 
 bool QtGestures::EnsureRow(int32_t row) {
-  QtGrid& grid = view_.ssdgridtokens();
+  QtTokenGrid& grid = view_.ssdgridtokens();
   return row == grid.CurrentRow() && Usable(grid) ? true : MoveToRow(row);
 }
 

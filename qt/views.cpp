@@ -98,9 +98,8 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
   QObject::connect(tree, &TreeWidget::nodeClicked, guard_.get(), [this](const QModelIndex& index) {
     if (events_) Fire([&] { events_->TreeView1_NodeClick(tree_->KeyOf(index)); });
   });
-  auto* grid = new GridWidget(bottom, true);
-  grid->horizontalHeader()->hide();
-  grid_ = std::make_unique<QtGrid>("ssdgridtokens", grid);
+  auto* grid = new TokenListWidget(bottom);
+  grid_ = std::make_unique<QtTokenGrid>("ssdgridtokens", grid);
   grid_->Follow(
       [this] {
         if (events_) Fire([&] { events_->ssdgridtokens_BeforeRowColChange(); });
@@ -108,10 +107,10 @@ QtExprBldView::QtExprBldView(const ViewContext& context) : QtView(new QMainWindo
       [this] {
         if (events_) Fire([&] { events_->ssdgridtokens_RowColChange(); });
       });
-  QObject::connect(grid, &GridWidget::rowDoubleClicked, guard_.get(), [this] {
+  QObject::connect(grid, &TokenListWidget::rowDoubleClicked, guard_.get(), [this] {
     if (events_) Fire([&] { events_->ssdgridtokens_DblClick(); });
   });
-  QObject::connect(grid, &GridWidget::buildFunction, guard_.get(), [this] {
+  QObject::connect(grid, &TokenListWidget::buildFunction, guard_.get(), [this] {
     if (events_) Fire([&] { events_->ssdgridtokens_BuildFunction(); });
   });
   for (int i = 0; i < 2; ++i) {

@@ -58,7 +58,7 @@ class QtExprBldView : public ui::ExprBldView, public QtView {
   QtWindow& Frame() override { return *window_; }
   QtEditor& KXEditor1() override { return *editor_; }
   QtTreeView& TreeView1() override { return *tree_; }
-  QtGrid& ssdgridtokens() override { return *grid_; }
+  QtTokenGrid& ssdgridtokens() override { return *grid_; }
   QtLabel& txtproto(int index) override;
   QtLabel& lblexprerr() override { return *lblexprerr_; }
   // The window's own buttons are placed by the presenter; any other name is an operator
@@ -87,7 +87,7 @@ class QtExprBldView : public ui::ExprBldView, public QtView {
   std::unique_ptr<QtWindow> window_;
   std::unique_ptr<QtEditor> editor_;
   std::unique_ptr<QtTreeView> tree_;
-  std::unique_ptr<QtGrid> grid_;
+  std::unique_ptr<QtTokenGrid> grid_;
   std::unique_ptr<QtLabel> proto_[2];
   std::unique_ptr<QtLabel> lblexprerr_;
   std::unique_ptr<QtToolbar> tbar_;

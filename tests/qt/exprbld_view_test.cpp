@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QMenu>
@@ -7,6 +8,7 @@
 #include <QScreen>
 #include <QStyledItemDelegate>
 #include <QTest>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -221,7 +223,7 @@ TEST(QtExprBldView, FocusMovingOnRepaintsWhatItChanges) {
   // The opening focuses the grid, lets it be painted, then focuses the editor.
   QtRig rig;
   rig.builder->Show(0);
-  qt::GridWidget* grid = rig.view().ssdgridtokens().Widget();
+  qt::TokenListWidget* grid = rig.view().ssdgridtokens().Widget();
   ASSERT_TRUE(QTest::qWaitForWindowActive(rig.view().Main()));
   EXPECT_TRUE(rig.view().KXEditor1().Widget()->hasFocus());
   auto [shown, fresh] = OnScreenAndFresh(grid);
@@ -332,12 +334,117 @@ TEST(QtExprBldView, ToolRowLooksLikeAToolbar) {
   }
 }
 
+TEST(QtExprBldView, TokenListLooksLikeAHeaderlessTable) {
+  // The same rows in the token list and in a one-column table without headers: one
+  // highlighted, one current, one too long, more than fit; the pictures must not differ,
+  // whichever widget has the focus.
+  QWidget window;
+  auto* list = new qt::TokenListWidget(&window);
+  qt::QtTokenGrid tokens("tokens", list);
+  auto* table = new qt::GridWidget(&window);
+  auto* other = new QLineEdit(&window);
+  table->horizontalHeader()->hide();
+  list->setGeometry(0, 0, 160, 120);
+  table->setGeometry(0, 130, 160, 120);
+  other->move(0, 260);
+  table->setRowCount(12);
+  for (int row = 0; row < 12; ++row) {
+    const QString text = row == 3 ? QStringLiteral("A text far too long for its row, cut short")
+                                  : QStringLiteral("Row %1").arg(row);
+    tokens.AddRow(Str(text));
+    table->setItem(row, 0, new QTableWidgetItem(text));
+  }
+  tokens.SetRowStyle(1, "style_winhighlight");
+  tokens.SetRowStyle(2, "style_tokennormal");
+  table->item(1, 0)->setBackground(table->palette().brush(QPalette::Active, QPalette::Highlight));
+  table->item(1, 0)->setForeground(
+      table->palette().brush(QPalette::Active, QPalette::HighlightedText));
+  window.show();
+  window.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  tokens.SetCurrentRow(2);
+  table->setCurrentCell(2, 0);
+  for (int scrolled : {0, 8}) {
+    tokens.ScrollTo(scrolled);
+    table->scrollToItem(table->item(scrolled, 0));
+    for (bool focused : {true, false}) {
+      QImage pictures[2];
+      for (int i = 0; i < 2; ++i) {
+        QAbstractItemView* view = i == 0 ? static_cast<QAbstractItemView*>(list) : table;
+        (focused ? static_cast<QWidget*>(view) : other)->setFocus();
+        QCoreApplication::processEvents();
+        pictures[i] = view->grab().toImage();
+      }
+      EXPECT_EQ(pictures[0], pictures[1]) << scrolled << focused;
+    }
+  }
+}
+
+TEST(QtExprBldView, TokenListGestures) {
+  QWidget window;
+  auto* list = new qt::TokenListWidget(&window);
+  qt::QtTokenGrid tokens("tokens", list);
+  list->resize(160, 120);
+  int moves = 0, double_clicks = 0, builds = 0;
+  tokens.Follow([] {}, [&] { ++moves; });
+  QObject::connect(list, &qt::TokenListWidget::rowDoubleClicked, [&] { ++double_clicks; });
+  QObject::connect(list, &qt::TokenListWidget::buildFunction, [&] { ++builds; });
+  for (const char* text : {"Left$", "Mid$", "Right$"}) tokens.AddRow(text);
+  window.show();
+  ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+
+  // Taking the focus makes the first row current (a move the user made); the presenter's
+  // own moves are not reported. With no current row F4 and Enter do nothing.
+  list->setFocus();
+  EXPECT_EQ(moves, 1);
+  tokens.SetCurrentRow(-1);
+  QTest::keyClick(list, Qt::Key_F4);
+  QTest::keyClick(list, Qt::Key_Return);
+  EXPECT_EQ(double_clicks + builds, 0);
+  tokens.SetCurrentRow(0);
+  EXPECT_EQ(moves, 1);
+
+  const auto at = [&](int row) { return list->visualRect(list->model()->index(row, 0)).center(); };
+  QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, at(1));
+  EXPECT_EQ(tokens.CurrentRow(), 1);
+  EXPECT_EQ(std::tuple(double_clicks, builds), std::tuple(1, 0));
+  QTest::mouseDClick(list->viewport(), Qt::LeftButton, Qt::ControlModifier, at(2));
+  EXPECT_EQ(tokens.CurrentRow(), 2);
+  EXPECT_EQ(std::tuple(double_clicks, builds), std::tuple(1, 1));
+  QTest::keyClick(list, Qt::Key_F4);
+  QTest::keyClick(list, Qt::Key_Enter);
+  EXPECT_EQ(std::tuple(double_clicks, builds), std::tuple(2, 2));
+  QTest::keyClick(list, Qt::Key_Up);
+  EXPECT_EQ(tokens.CurrentRow(), 1);
+  EXPECT_EQ(moves, 4);
+
+  // The context menu moves to the row under the mouse and offers the builder.
+  QTimer::singleShot(0, [] {
+    if (QWidget* menu = QApplication::activePopupWidget()) QTest::keyClick(menu, Qt::Key_B);
+  });
+  QContextMenuEvent menu(QContextMenuEvent::Mouse, at(0), list->viewport()->mapToGlobal(at(0)));
+  QApplication::sendEvent(list->viewport(), &menu);
+  EXPECT_EQ(tokens.CurrentRow(), 0);
+  EXPECT_EQ(builds, 3);
+
+  // The grid control's bounds: one column, rows that exist.
+  EXPECT_EQ(ErrorOf([&] { tokens.CellText(3); }), kErrIndexOutOfBounds);
+  EXPECT_EQ(ErrorOf([&] { tokens.SetCurrentColumn(1); }), kErrIndexOutOfBounds);
+  EXPECT_EQ(ErrorOf([&] { tokens.SetColumns(2); }), kErrInvalidCall);
+  tokens.SetCellText(2, 0, "Trim$");
+  EXPECT_EQ(Str(list->model()->index(2, 0).data().toString()), "Trim$");
+  tokens.RemoveAll();
+  EXPECT_EQ(std::tuple(tokens.Rows(), tokens.CurrentRow()), std::tuple(0, -1));
+}
+
 TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   QtRig rig;
   rig.builder->Show(0);
   qt::QtExprBldView& view = rig.view();
   qt::TreeWidget* tree = view.TreeView1().Widget();
-  qt::GridWidget* grid = view.ssdgridtokens().Widget();
+  qt::TokenListWidget* grid = view.ssdgridtokens().Widget();
+  const QAbstractItemModel* rows = grid->model();
+  auto background = [&](int row) { return rows->index(row, 0).data(Qt::BackgroundRole); };
 
   // The widget holds what the presenter added, in its order; "All" is selected and listed.
   std::string nodes;
@@ -345,9 +452,9 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
     nodes += node.key + "=" + node.text + ";";
   EXPECT_EQ(TreeText(view.TreeView1()), nodes);
   EXPECT_EQ(view.TreeView1().KeyOf(tree->currentIndex()), "All");
-  ASSERT_GT(grid->rowCount(), 2);
+  ASSERT_GT(rows->rowCount(), 2);
   const QBrush highlight = grid->palette().brush(QPalette::Active, QPalette::Highlight);
-  EXPECT_EQ(grid->item(0, 0)->background(), highlight);
+  EXPECT_EQ(background(0), highlight);
 
   // A keystroke moves the current row: the old row goes back to normal, the new one is
   // highlighted and described.
@@ -355,8 +462,8 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   QTest::keyClick(grid, Qt::Key_Down);
   EXPECT_EQ(view.ssdgridtokens().CurrentRow(), 1);
   EXPECT_EQ(view.ssdgridtokens().RowStyle(0), "style_tokennormal");
-  EXPECT_EQ(grid->item(0, 0)->background(), QBrush());
-  EXPECT_EQ(grid->item(1, 0)->background(), highlight);
+  EXPECT_FALSE(background(0).isValid());
+  EXPECT_EQ(background(1), highlight);
   EXPECT_FALSE(view.txtproto(0).Caption().empty());
   EXPECT_EQ(Str(view.txtproto(0).Widget()->text()), view.txtproto(0).Caption());
   EXPECT_EQ(Str(view.txtproto(1).Widget()->text()), view.txtproto(1).Caption());
@@ -367,13 +474,13 @@ TEST(QtExprBldView, TreeGridAndLabelsFollowTheUser) {
   ASSERT_TRUE(flow.isValid());
   tree->scrollTo(flow);
   QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(flow).center());
-  ASSERT_EQ(grid->rowCount(), 11);
-  EXPECT_EQ(Str(grid->item(0, 0)->text()), "For...Next");
-  EXPECT_EQ(Str(grid->item(10, 0)->text()), "");
+  ASSERT_EQ(rows->rowCount(), 11);
+  EXPECT_EQ(Str(rows->index(0, 0).data().toString()), "For...Next");
+  EXPECT_EQ(Str(rows->index(10, 0).data().toString()), "");
 
   // A double-click inserts the construct at the caret, and Enter does the same.
   view.KXEditor1().Clear();
-  QRect row2 = grid->visualItemRect(grid->item(1, 0));
+  QRect row2 = grid->visualRect(rows->index(1, 0));
   QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, row2.center());
   QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, row2.center());
   EXPECT_EQ(view.KXEditor1().Text(), "GoTo label ");

@@ -81,9 +81,9 @@ TEST(QtModal, FunctionDialogFromTheGridComposesWhatTheUserTyped) {
     qt::QtExprBldView& view = rig.view();
     QTest::mouseClick(view.TreeView1().Widget()->viewport(), Qt::LeftButton, {},
                       view.TreeView1().Widget()->visualRect(view.TreeView1().Item("FC")).center());
-    qt::GridWidget* grid = view.ssdgridtokens().Widget();
+    qt::TokenListWidget* grid = view.ssdgridtokens().Widget();
     QTest::mouseClick(grid->viewport(), Qt::LeftButton, {},
-                      grid->visualItemRect(grid->item(2, 0)).center());  // If...Then...Else
+                      grid->visualRect(grid->model()->index(2, 0)).center());  // If...Then...Else
     WhenModal(
         [&](QWidget* dialog) {
           auto* args = dialog->findChild<QTableWidget*>();
