@@ -51,13 +51,7 @@ int Wait(const Spawned& s) {
   return status;
 }
 
-class FilesCliTest : public ScratchTest {
- protected:
-  void SetUp() override {
-    ScratchTest::SetUp();
-    CopySample();
-  }
-};
+using FilesCliTest = SampleTest;
 
 // ---- Saving -------------------------------------------------------------------------------
 

@@ -93,25 +93,6 @@ TEST_F(ListFilesTest, BadArgumentsAndBadDocuments) {
             std::string::npos);
 }
 
-const char* kThreeLayouts = R"({
-  "actionTypes": [{"name": "Log", "parameters": [{"name": "Message", "kind": 2},
-                                                 {"name": "Level", "kind": 1}]}],
-  "source": {"type": "S", "recordLayouts": [
-    {"name": "A", "fields": ["a"],
-     "events": [{"name": "E0", "actions": [{"type": "Log", "parameters": ["\"a0\"", "1"]}]}]},
-    {"name": "B", "fields": ["b"],
-     "events": [{"name": "E1", "actions": [{"type": "Log", "parameters": ["\"b0\""]},
-                                           {"type": "Log", "parameters": ["\"b1\"", "2"]}]},
-                {"name": "E2", "actions": [{"type": "Log", "parameters": ["\"b2\""]}]}]},
-    {"name": "C", "fields": ["c"]}]},
-  "target": {"type": "T", "recordLayouts": [
-    {"name": "X", "fields": [{"name": "x", "expression": "1"}],
-     "events": [{"name": "F0", "actions": [{"type": "Log", "parameters": ["\"x0\""]}]}]},
-    {"name": "Y", "fields": ["skip", {"name": "y", "expression": "2"}],
-     "events": [{"name": "F1", "actions": [{"type": "Log", "parameters": ["\"y0\"", "7"]}]}]},
-    {"name": "Z", "fields": [{"name": "z", "expression": ["3", "4"]}]}]}
-})";
-
 TEST_F(ListFilesTest, EveryRecordLayoutIsListedAsTheComponentWouldListItAsLayoutZero) {
   const std::string path = Write("c.json", kThreeLayouts);
   for (bool all : {false, true}) {

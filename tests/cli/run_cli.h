@@ -42,6 +42,26 @@ inline std::string Shown(const std::string& bars) {
   return ReplaceAll(bars, "|", "\xE2\x90\x9B");
 }
 
+// Three record layouts a side, for the commands that reach past layout 0.
+inline const char* kThreeLayouts = R"({
+  "actionTypes": [{"name": "Log", "parameters": [{"name": "Message", "kind": 2},
+                                                 {"name": "Level", "kind": 1}]}],
+  "source": {"type": "S", "recordLayouts": [
+    {"name": "A", "fields": ["a"],
+     "events": [{"name": "E0", "actions": [{"type": "Log", "parameters": ["\"a0\"", "1"]}]}]},
+    {"name": "B", "fields": ["b"],
+     "events": [{"name": "E1", "actions": [{"type": "Log", "parameters": ["\"b0\""]},
+                                           {"type": "Log", "parameters": ["\"b1\"", "2"]}]},
+                {"name": "E2", "actions": [{"type": "Log", "parameters": ["\"b2\""]}]}]},
+    {"name": "C", "fields": ["c"]}]},
+  "target": {"type": "T", "recordLayouts": [
+    {"name": "X", "fields": [{"name": "x", "expression": "1"}],
+     "events": [{"name": "F0", "actions": [{"type": "Log", "parameters": ["\"x0\""]}]}]},
+    {"name": "Y", "fields": ["skip", {"name": "y", "expression": "2"}],
+     "events": [{"name": "F1", "actions": [{"type": "Log", "parameters": ["\"y0\"", "7"]}]}]},
+    {"name": "Z", "fields": [{"name": "z", "expression": ["3", "4"]}]}]}
+})";
+
 class ScratchTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -66,6 +86,15 @@ class ScratchTest : public testing::Test {
 
   std::filesystem::path dir_;
   std::string path_;
+};
+
+// A scratch copy of the sample conversion in path_.
+class SampleTest : public ScratchTest {
+ protected:
+  void SetUp() override {
+    ScratchTest::SetUp();
+    CopySample();
+  }
 };
 
 }  // namespace kx::cli

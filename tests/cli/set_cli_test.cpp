@@ -9,12 +9,8 @@
 namespace kx::cli {
 namespace {
 
-class SetCliTest : public ScratchTest {
+class SetCliTest : public SampleTest {
  protected:
-  void SetUp() override {
-    ScratchTest::SetUp();
-    CopySample();
-  }
   std::shared_ptr<host::ConversionDocument> Reload() {
     return host::ConversionDocument::Load(path_);
   }
@@ -117,25 +113,8 @@ TEST_F(SetCliTest, CheckRefusesATextWithErrors) {
       << "the checker reads expressions, not code modules";
 }
 
-const char* kLayouts = R"({
-  "actionTypes": [{"name": "Log", "parameters": [{"name": "Message", "kind": 2},
-                                                 {"name": "Level", "kind": 1}]}],
-  "source": {"type": "S", "recordLayouts": [
-    {"name": "A", "fields": ["a"],
-     "events": [{"name": "E0", "actions": [{"type": "Log", "parameters": ["\"a0\"", "1"]}]}]},
-    {"name": "B", "fields": ["b"],
-     "events": [{"name": "E1", "actions": [{"type": "Log", "parameters": ["\"b0\""]},
-                                           {"type": "Log", "parameters": ["\"b1\"", "2"]}]}]}]},
-  "target": {"type": "T", "recordLayouts": [
-    {"name": "X", "fields": [{"name": "x", "expression": "1"}],
-     "events": [{"name": "F0", "actions": [{"type": "Log", "parameters": ["\"x0\""]}]}]},
-    {"name": "Y", "fields": ["skip", {"name": "y", "expression": "2"}],
-     "events": [{"name": "F1", "actions": [{"type": "Log", "parameters": ["\"y0\""]}]}]},
-    {"name": "Z", "fields": [{"name": "z", "expression": "3"}]}]}
-})";
-
 TEST_F(SetCliTest, ReachesEveryRecordLayout) {
-  WriteWholeFile(path_, kLayouts);
+  WriteWholeFile(path_, kThreeLayouts);
   struct Case {
     int type;
     std::string key;       // '|' for the separator
