@@ -48,7 +48,7 @@ TEST(ExpressionListTest, ItemByPositionOrKeyAndNullOtherwise) {
   EXPECT_EQ(list.Item(Variant::Null()), nullptr);
 }
 
-TEST(ExpressionListTest, DeleteTakesOnlySixteenBitIntegersAsPositions) {
+TEST(ExpressionListTest, DeleteTakesSixteenBitPositionsOrTheRecordsCurrentKey) {
   ExpressionList list;
   for (const char* k : {"x", "y", "z", "3"}) {
     auto r = Rec(k);
@@ -66,28 +66,20 @@ TEST(ExpressionListTest, DeleteTakesOnlySixteenBitIntegersAsPositions) {
   list.Delete("y");
   EXPECT_EQ(list.Count(), 1);
   EXPECT_EQ(ErrorOf([&] { list.Delete(Variant(int16_t{5})); }), kErrSubscript);
-}
 
-TEST(ExpressionListTest, DeleteByKeyUsesTheRecordsCurrentKey) {
-  ExpressionList list;
-  auto r = Rec("old");
-  list.Add(r);
-  r->ExpressionKey = "new";
-  list.Delete("old");
+  // A renamed record is found under its new key only.
+  list.Item(Variant(int16_t{1}))->ExpressionKey = "new";
+  list.Delete("z");
   EXPECT_EQ(list.Count(), 1);
   list.Delete("new");
   EXPECT_EQ(list.Count(), 0);
-}
 
-TEST(ExpressionListTest, RemoveAllEmptiesAndTheListIsUsableAgain) {
-  ExpressionList list;
   auto r = Rec("a");
   list.Add(r);
   list.RemoveAll();
   EXPECT_EQ(list.Count(), 0);
   auto again = Rec("a");
-  EXPECT_EQ(list.Add(again), again);
-  EXPECT_EQ(list.Count(), 1);
+  EXPECT_EQ(list.Add(again), again) << "the list is usable again";
 }
 
 struct ColRow {
@@ -120,7 +112,6 @@ TEST(ExpressionInfoTest, SetColRowFromInstrWorkedCases) {
   EXPECT_EQ(info.SelRowStart, 3);
   EXPECT_EQ(info.SelColStart, 32);
 
-  info.InstrStart = 1;
   info.InstrLength = std::numeric_limits<int32_t>::max();
   info.ReplacedExpression = "abc";
   info.InstrStart = 3;
@@ -128,35 +119,27 @@ TEST(ExpressionInfoTest, SetColRowFromInstrWorkedCases) {
 }
 
 TEST(ExpressionInfoTest, SetInstrStartFromColRowWorkedCases) {
+  struct Case {
+    std::string text;
+    int32_t col_start, row_start, col_end, start, length;
+  };
+  const Case cases[] = {
+      {"ab\r\ncd", 1, 2, 1, 4, 1},  {"ab\r\ncd", 0, 1, 3, 0, 4},
+      {"ab\r\ncd", 9, 1, 3, 5, -5},  // no match: the loop runs out at the text's length
+      {"", 9, 1, 3, 0, -5},         {"x", 9, 1, 3, 0, -5},
+  };
   ExpressionInfo info;
-  info.ExpressionText = "ab\r\ncd";
   info.ReplacedExpression = "zzzzzzzzzzzzzzz";  // the other text must not be used
-  info.SelColStart = 1;
-  info.SelRowStart = 2;
-  info.SelColEnd = 1;
-  info.SetInstrStartFromColRow();
-  EXPECT_EQ(info.InstrStart, 4);
-  EXPECT_EQ(info.InstrLength, 1);
-
-  info.SelColStart = 0;
-  info.SelRowStart = 1;
-  info.SelColEnd = 3;
-  info.SetInstrStartFromColRow();
-  EXPECT_EQ(info.InstrStart, 0);
-  EXPECT_EQ(info.InstrLength, 4);
-
-  info.SelColStart = 9;  // no match: the loop runs out at the text's length
-  info.SetInstrStartFromColRow();
-  EXPECT_EQ(info.InstrStart, 5);
-  EXPECT_EQ(info.InstrLength, -5);
-
-  info.ExpressionText.clear();
-  info.SetInstrStartFromColRow();
-  EXPECT_EQ(info.InstrStart, 0);
-  info.ExpressionText = "x";
-  info.SetInstrStartFromColRow();
-  EXPECT_EQ(info.InstrStart, 0);
-
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text + " " + std::to_string(c.col_start));
+    info.ExpressionText = c.text;
+    info.SelColStart = c.col_start;
+    info.SelRowStart = c.row_start;
+    info.SelColEnd = c.col_end;
+    info.SetInstrStartFromColRow();
+    EXPECT_EQ(info.InstrStart, c.start);
+    EXPECT_EQ(info.InstrLength, c.length);
+  }
   info.SelColStart = std::numeric_limits<int32_t>::min();
   info.SelColEnd = 1;
   EXPECT_EQ(ErrorOf([&] { info.SetInstrStartFromColRow(); }), kErrOverflow);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/conversion_document.h"
+#include "inventory/expression_list.h"
 #include "inventory/host.h"
 #include "runtime/error.h"
 
@@ -167,6 +168,13 @@ struct LoggedHost {
     doc = host::ConversionDocument::Parse(json, "test.json", base_dir);
     if (auto s = doc->Source()) source = std::make_shared<FaultySource>(s, log);
     if (auto t = doc->Target()) target = std::make_shared<FaultyTarget>(t, log);
+  }
+  // An empty list over both sides.
+  ExpressionList List() const {
+    ExpressionList list;
+    list.SetSourceControl(source);
+    list.SetTargetControl(target);
+    return list;
   }
 };
 

@@ -74,16 +74,9 @@ Walked Contents(ExpressionList& list) {
   return w;
 }
 
-ExpressionList ListFor(LoggedHost& host) {
-  ExpressionList list;
-  list.SetSourceControl(host.source);
-  list.SetTargetControl(host.target);
-  return list;
-}
-
 TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   list.BuildSourceEventExpressionList(false);
   Walked w = Contents(list);
   ASSERT_EQ(w.keys, (std::vector<std::string>{K({"se0", "a0", "p0"}), K({"se0", "a1", "p1"}),
@@ -102,7 +95,7 @@ TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {
   EXPECT_EQ(q.ExpressionName, "");
 
   // Only kind 2 with the flag; the text of a skipped slot is never read.
-  ExpressionList only = ListFor(host);
+  ExpressionList only = host.List();
   host.log->counts.clear();
   only.BuildSourceEventExpressionList(true);
   EXPECT_EQ(Contents(only).keys,
@@ -110,14 +103,14 @@ TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {
   EXPECT_EQ(host.log->Count("ParameterType"), 5);
   EXPECT_EQ(host.log->Count("Parameter"), 3);
 
-  ExpressionList conv = ListFor(host);
+  ExpressionList conv = host.List();
   conv.BuildConversionEventExpressionList(false);
   Walked c = Contents(conv);
   ASSERT_EQ(c.keys, (std::vector<std::string>{K({"ce0", "a0", "p0"}), K({"ce0", "a0", "p1"})}));
   EXPECT_EQ(c.records[1]->Description, "Conversion Event1: CE, Action1: T2, Parameter2: B");
   EXPECT_EQ(c.types, (std::vector<int>{0, 0}));
 
-  ExpressionList target = ListFor(host);
+  ExpressionList target = host.List();
   target.BuildTargetEventExpressionList(true);
   Walked t = Contents(target);
   ASSERT_EQ(t.keys, (std::vector<std::string>{K({"se0", "a0", "p0"})}));
@@ -127,7 +120,7 @@ TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {
 
 TEST(WalkersTest, RecordLayoutEventWalkersTakeLayoutZeroOnly) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   host.source->SetRecordLayoutPos(2);
   list.BuildSourceRLEventExpressionList(false);
   Walked w = Contents(list);
@@ -139,7 +132,7 @@ TEST(WalkersTest, RecordLayoutEventWalkersTakeLayoutZeroOnly) {
   EXPECT_EQ(w.records[1]->RLOrdinalPosition, 0);
   EXPECT_EQ(w.records[1]->ExpressionType, 4);
 
-  ExpressionList target = ListFor(host);
+  ExpressionList target = host.List();
   target.BuildTargetRLEventExpressionList(false);
   Walked t = Contents(target);
   ASSERT_EQ(t.records.size(), 2u);
@@ -151,7 +144,7 @@ TEST(WalkersTest, RecordLayoutEventWalkersTakeLayoutZeroOnly) {
 
   // A side with a type but no layouts: layout 0 is still selected and its events asked for.
   LoggedHost bare(R"({"target": {"type": "T"}})");
-  ExpressionList none = ListFor(bare);
+  ExpressionList none = bare.List();
   none.BuildTargetRLEventExpressionList(false);
   none.BuildTargetFieldExpressionList();
   EXPECT_EQ(none.Count(), 0);
@@ -162,7 +155,7 @@ TEST(WalkersTest, RecordLayoutEventWalkersTakeLayoutZeroOnly) {
 
 TEST(WalkersTest, MonitorsFiltersSortFieldsAndTargetFields) {
   LoggedHost host(kConversion);
-  ExpressionList dcm = ListFor(host);
+  ExpressionList dcm = host.List();
   dcm.BuildDataChangeMonitorExpressionList();
   Walked d = Contents(dcm);
   ASSERT_EQ(d.keys, (std::vector<std::string>{K({"s0", "rl0", "dcm0"}), K({"s0", "rl0", "dcm2"}),
@@ -174,7 +167,7 @@ TEST(WalkersTest, MonitorsFiltersSortFieldsAndTargetFields) {
   EXPECT_EQ(d.records[2]->ExpressionText, "m24");
   EXPECT_EQ(host.log->Count("RecordLayoutPos="), 3);
 
-  ExpressionList filters = ListFor(host);
+  ExpressionList filters = host.List();
   filters.BuildSourceFilterExpressionList();
   Walked f = Contents(filters);
   ASSERT_EQ(f.keys, (std::vector<std::string>{"sfilt0", "sfilt2"}));
@@ -182,13 +175,13 @@ TEST(WalkersTest, MonitorsFiltersSortFieldsAndTargetFields) {
   EXPECT_EQ(f.records[1]->OrdinalPosition, 2);
   EXPECT_EQ(f.types, (std::vector<int>{6, 6}));
 
-  ExpressionList target_filters = ListFor(host);
+  ExpressionList target_filters = host.List();
   target_filters.BuildTargetFilterExpressionList();
   ASSERT_EQ(target_filters.Count(), 1);
   EXPECT_EQ(target_filters.Item("sfilt0")->Description, "Target Filter(0)");
   EXPECT_EQ(target_filters.Item("sfilt0")->ExpressionType, 7);
 
-  ExpressionList sorts = ListFor(host);
+  ExpressionList sorts = host.List();
   sorts.BuildSortFieldExpressionList();
   EXPECT_EQ(Contents(sorts).keys, (std::vector<std::string>{"ssort0", "ssort1"}));
   EXPECT_EQ(sorts.Item("ssort1")->Description, "Sort Field (1)");
@@ -197,7 +190,7 @@ TEST(WalkersTest, MonitorsFiltersSortFieldsAndTargetFields) {
   EXPECT_EQ(ErrorOf([&] { sorts.BuildSortFieldExpressionList(); }), kErrDuplicateKey);
   EXPECT_EQ(sorts.Count(), 2);
 
-  ExpressionList fields = ListFor(host);
+  ExpressionList fields = host.List();
   host.target->SetRecordLayoutPos(1);
   fields.BuildTargetFieldExpressionList();
   Walked t = Contents(fields);
@@ -213,7 +206,7 @@ TEST(WalkersTest, SidesWithoutLayoutOrObjectAreNotTouchedFurther) {
   LoggedHost host(R"({"source": {"type": "", "filters": ["f"], "sortFields": ["s"]},
                       "target": {"type": "", "filters": ["f"], "codeModules": ["x"],
                                  "conversionEvents": [{"name": "e"}]}})");
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   list.BuildALLActionParametersandALLExpressionsList();
   list.BuildCompleteConversionExpressionList();
   EXPECT_EQ(list.Count(), 0);
@@ -233,7 +226,7 @@ TEST(WalkersTest, CodeModulesAreReadWholeAndKeyedByName) {
   WriteWholeFile(dir / "m2.txt", "second");
   LoggedHost host(R"({"target": {"type": "T", "codeModules": ["m1.txt", "m2.txt"]}})",
                   dir.string());
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   list.BuildCodeModuleExpressionList();
   Walked w = Contents(list);
   const std::string m1 = (dir / "m1.txt").string(), m2 = (dir / "m2.txt").string();
@@ -252,23 +245,20 @@ TEST(WalkersTest, CodeModulesAreReadWholeAndKeyedByName) {
     std::string CodeModuleList() override { return list; }
   };
   auto t = std::make_shared<ListTarget>(host.doc->Target(), host.log);
-  ExpressionList custom;
-  custom.SetTargetControl(t);
-  t->list = m1 + "\n" + m2 + "\n";
-  custom.BuildCodeModuleExpressionList();
-  EXPECT_EQ(custom.Count(), 2);
-  custom.RemoveAll();
-  t->list = m2 + "\n   ";
-  custom.BuildCodeModuleExpressionList();
-  EXPECT_EQ(custom.Count(), 1);
-  custom.RemoveAll();
-  t->list = m1 + "\r\n" + m2;
-  EXPECT_EQ(ErrorOf([&] { custom.BuildCodeModuleExpressionList(); }), kErrFileNotFound);
-  EXPECT_EQ(custom.Count(), 0);
-  custom.RemoveAll();
-  t->list = m2 + "\n" + (dir / "missing.txt").string() + "\n" + m1;
-  EXPECT_EQ(ErrorOf([&] { custom.BuildCodeModuleExpressionList(); }), kErrFileNotFound);
-  EXPECT_EQ(Contents(custom).keys, (std::vector<std::string>{m2}));
+  const std::string missing = (dir / "missing.txt").string();
+  const std::tuple<std::string, int32_t, std::vector<std::string>> lists[] = {
+      {m1 + "\n" + m2 + "\n", 0, {m1, m2}},
+      {m2 + "\n   ", 0, {m2}},
+      {m1 + "\r\n" + m2, kErrFileNotFound, {}},
+      {m2 + "\n" + missing + "\n" + m1, kErrFileNotFound, {m2}},
+  };
+  for (const auto& [text, error, keys] : lists) {
+    ExpressionList custom;
+    custom.SetTargetControl(t);
+    t->list = text;
+    EXPECT_EQ(ErrorOf([&] { custom.BuildCodeModuleExpressionList(); }), error) << text;
+    EXPECT_EQ(Contents(custom).keys, keys) << text;
+  }
   std::filesystem::remove_all(dir);
 }
 
@@ -285,28 +275,28 @@ TEST(WalkersTest, CompositesRunTheWalkersInTheirOrder) {
         "events": [{"name": "TE", "actions": [{"type": "T", "parameters": ["c", "d"]}]}]}],
       "conversionEvents": [{"name": "C", "actions": [{"type": "T", "parameters": ["e", "f"]}]}]}
   })");
-  ExpressionList complete = ListFor(host);
+  ExpressionList complete = host.List();
   complete.BuildCompleteConversionExpressionList();
   EXPECT_EQ(Contents(complete).types, (std::vector<int>{0, 1, 9, 2, 6, 5, 8}));
 
-  ExpressionList all = ListFor(host);
+  ExpressionList all = host.List();
   all.BuildALLActionParametersandALLExpressionsList();
   EXPECT_EQ(Contents(all).types, (std::vector<int>{0, 0, 2, 2, 5, 5, 1, 9, 6, 8}));
 
-  ExpressionList params = ListFor(host);
+  ExpressionList params = host.List();
   params.BuildALLActionParametersList();
   EXPECT_EQ(Contents(params).types, (std::vector<int>{0, 0, 2, 2, 5, 5}));
 }
 
 TEST(WalkersTest, SharedKeyPrefixesStopACompositeAndKeepWhatWasListed) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   EXPECT_EQ(ErrorOf([&] { list.BuildALLActionParametersList(); }), kErrDuplicateKey);
   // Conversion events, source events, source layout events; the target events' first key
   // is the source events' first.
   EXPECT_EQ(Contents(list).types, (std::vector<int>{0, 0, 2, 2, 2, 4, 4}));
 
-  ExpressionList complete = ListFor(host);
+  ExpressionList complete = host.List();
   EXPECT_EQ(ErrorOf([&] { complete.BuildCompleteConversionExpressionList(); }), kErrDuplicateKey);
   EXPECT_EQ(Contents(complete).types, (std::vector<int>{0, 1, 1, 1, 9, 9, 2, 2, 4, 6, 6}));
 }
@@ -314,19 +304,19 @@ TEST(WalkersTest, SharedKeyPrefixesStopACompositeAndKeepWhatWasListed) {
 TEST(WalkersTest, HostFailuresPassThroughAndKeepWhatWasAdded) {
   LoggedHost host(kConversion);
   host.log->fail_on["Parameter"] = 3;
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   EXPECT_EQ(ErrorOf([&] { list.BuildSourceEventExpressionList(false); }), testing::kHostFailure);
   EXPECT_EQ(Contents(list).keys, (std::vector<std::string>{K({"se0", "a0", "p0"})}));
 
   LoggedHost monitors(kConversion);
   monitors.log->fail_on["RecordLayoutPos="] = 3;
-  ExpressionList dcm = ListFor(monitors);
+  ExpressionList dcm = monitors.List();
   EXPECT_EQ(ErrorOf([&] { dcm.BuildDataChangeMonitorExpressionList(); }), testing::kHostFailure);
   EXPECT_EQ(dcm.Count(), 2);
 
   LoggedHost names(kConversion);
   names.log->fail_on["Name"] = 1;
-  ExpressionList conv = ListFor(names);
+  ExpressionList conv = names.List();
   EXPECT_EQ(ErrorOf([&] { conv.BuildConversionEventExpressionList(false); }),
             testing::kHostFailure);
   EXPECT_EQ(conv.Count(), 0);

@@ -34,16 +34,9 @@ const char* kConversion = R"({
     "conversionEvents": [{"name": "C", "actions": [{"type": "T", "parameters": ["c0", "c1"]}]}]}
 })";
 
-ExpressionList ListFor(LoggedHost& host) {
-  ExpressionList list;
-  list.SetSourceControl(host.source);
-  list.SetTargetControl(host.target);
-  return list;
-}
-
 // Replaces every record's text with "<old>!" and writes all back; returns the new inventory.
 std::vector<std::string> RewriteAll(LoggedHost& host) {
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   list.BuildALLActionParametersandALLExpressionsList();
   for (int32_t i = 1; i <= list.Count(); ++i) {
     auto r = list.Item(Variant(i));
@@ -51,7 +44,7 @@ std::vector<std::string> RewriteAll(LoggedHost& host) {
     list.ReplaceExpressionInVBX(i);
     EXPECT_EQ(r->ExpressionText + "!", r->ReplacedExpression) << "the record keeps its old text";
   }
-  ExpressionList after = ListFor(host);
+  ExpressionList after = host.List();
   after.BuildALLActionParametersandALLExpressionsList();
   std::vector<std::string> texts;
   for (int32_t i = 1; i <= after.Count(); ++i)
@@ -75,7 +68,7 @@ TEST(WriteBackTest, EveryKindGoesBackToWhereItCameFrom) {
 
 TEST(WriteBackTest, PositionsComeFromTheRecordNotTheHostsCursors) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   auto r = std::make_shared<ExpressionInfo>();
   r->ExpressionType = 4;  // source layout event
   r->RLOrdinalPosition = 1;
@@ -107,7 +100,7 @@ TEST(WriteBackTest, PositionsComeFromTheRecordNotTheHostsCursors) {
 
 TEST(WriteBackTest, PositionsBeyondTheHostsEventsAreSilentlySkipped) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   auto r = std::make_shared<ExpressionInfo>();
   r->ExpressionType = 2;
   r->EventOrdinalPosition = 2;  // the source has two events
@@ -138,7 +131,7 @@ TEST(WriteBackTest, PositionsBeyondTheHostsEventsAreSilentlySkipped) {
 TEST(WriteBackTest, HostFailureStopsTheWriteAndEarlierWritesStay) {
   LoggedHost host(kConversion);
   host.log->fail_on["FieldExpression="] = 1;
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   auto r = std::make_shared<ExpressionInfo>();
   r->ExpressionType = 8;
   r->OrdinalPosition = 1;
@@ -186,7 +179,7 @@ class Combo : public Dispatch {
 
 TEST(RecordFieldComboTest, OneItemPerFieldLayoutByLayoutAndCursorRestored) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   auto combo = std::make_shared<Combo>();
   host.source->SetRecordLayoutPos(1);
   list.BuildRecordFieldComboDropDownList(combo);
@@ -204,7 +197,7 @@ TEST(RecordFieldComboTest, OneItemPerFieldLayoutByLayoutAndCursorRestored) {
 
 TEST(RecordFieldComboTest, ErrorsAreReportedAndItemsAddedSoFarStay) {
   LoggedHost host(kConversion);
-  ExpressionList list = ListFor(host);
+  ExpressionList list = host.List();
   auto combo = std::make_shared<Combo>();
   combo->fail_at = 3;
   ui::RecordingMessageBox box;
@@ -220,7 +213,7 @@ TEST(RecordFieldComboTest, ErrorsAreReportedAndItemsAddedSoFarStay) {
   ExpressionList none;
   none.BuildRecordFieldComboDropDownList(combo);
   LoggedHost empty(R"({"source": {"type": "S"}})");
-  ExpressionList no_layouts = ListFor(empty);
+  ExpressionList no_layouts = empty.List();
   no_layouts.BuildRecordFieldComboDropDownList(combo);
   EXPECT_EQ(box.shown.size(), 1u);
   list.BuildRecordFieldComboDropDownList(std::make_shared<Dispatch>());
