@@ -314,12 +314,6 @@ TEST(ExprBldWindow, DialogsLeftUnansweredFailTheRun) {
   EXPECT_TRUE(rig.env.driver().Messages().empty());  // never reported as run-time errors
 }
 
-}  // namespace
-}  // namespace kx
-
-namespace kx {
-namespace {
-
 TEST(ExprBldWindow, TemplateCommandAppliesTheManagersChoiceToTheSelectionInOneUndoStep) {
   BuilderRig rig;
   rig.builder->AllowTemplates(true);

@@ -312,8 +312,6 @@ TEST_F(TemplateFileTest, CollectionOperations) {
   set_.FreeTemplates();
   EXPECT_EQ(set_.Count(), 0);
   EXPECT_EQ(fresh->ParameterCount(), 0);
-  set_.filename("");
-  EXPECT_EQ(set_.filename(), "");
 }
 
 TEST_F(TemplateFileTest, CopyandSortNameLoadsTheFileAndAddsByName) {
