@@ -7,7 +7,6 @@
 
 #include "dialog_builder.h"
 #include "ui/headless/headless.h"
-#include "ui/unanswered.h"
 
 namespace kx {
 namespace {
@@ -123,16 +122,6 @@ TEST_F(DialogTest, CancelCloseBoxHelpAndTheNamesColumn) {
   ASSERT_EQ(env.help().Requests().size(), 1u);
   EXPECT_EQ(env.help().Requests()[0].context, 4064);
   EXPECT_EQ(env.help().Requests()[0].help_file, "kx.hlp");
-}
-
-TEST_F(DialogTest, AnUnansweredDialogFailsWithItsName) {
-  try {
-    LoadFunctionBuilder(env.Services(), builder, "[GoTo]GoTo label", "");
-    FAIL() << "the dialog ran without an answer";
-  } catch (const ui::Unanswered& e) {
-    EXPECT_NE(std::string(e.what()).find("frmFunction"), std::string::npos) << e.what();
-  }
-  EXPECT_TRUE(env.driver().Messages().empty());  // not reported as a run-time error
 }
 
 }  // namespace

@@ -128,17 +128,19 @@ TEST(TypeLibraryMembers, PrototypesInformationAndSyntaxOfAnyLibrary) {
   EXPECT_EQ(box.shown[0].text, "Subscript out of range (9)");
   EXPECT_EQ(box.shown[0].flags, ui::kMbCritical);
 
-  FunctionInfo clear = Lookup("Clear", kParams);
-  EXPECT_EQ(Split(clear.Description, "\r\n")[0], "Sub Clear()");
-  EXPECT_EQ(clear.Syntax, "Sub Clear()");
-  EXPECT_EQ(Lookup("Count", kParams).Syntax, "Count");
-  EXPECT_EQ(Split(Lookup("Count", kParams).Description, "\r\n")[0], "Property Count As Long");
-  EXPECT_EQ(Split(Lookup("Caption", kParams).Description, "\r\n")[0], "Property Caption As String");
-  EXPECT_EQ(Lookup("Byte", kParams).Syntax, "Byte");
-  EXPECT_EQ(Split(Lookup("Byte", kParams).Description, "\r\n")[0], "Const Byte = 255 (&HFF)");
-  EXPECT_EQ(Split(Lookup("Seven", kParams).Description, "\r\n")[0], "Const Seven = 7");
-  EXPECT_EQ(Split(Lookup("MinusOne", kParams).Description, "\r\n")[0],
-            "Const MinusOne = -1 (&HFFFFFFFF)");
+  const std::tuple<std::string, std::string, std::string> members[] = {
+      {"Clear", "Sub Clear()", "Sub Clear()"},
+      {"Count", "Property Count As Long", "Count"},
+      {"Caption", "Property Caption As String", "Caption"},
+      {"Byte", "Const Byte = 255 (&HFF)", "Byte"},
+      {"Seven", "Const Seven = 7", "Seven"},
+      {"MinusOne", "Const MinusOne = -1 (&HFFFFFFFF)", "MinusOne"},
+  };
+  for (const auto& [name, prototype, syntax] : members) {
+    FunctionInfo info = Lookup(name, kParams);
+    EXPECT_EQ(Split(info.Description, "\r\n")[0], prototype);
+    EXPECT_EQ(info.Syntax, syntax);
+  }
 
   // Constants keep their stored width.
   typelib::Variable v;
