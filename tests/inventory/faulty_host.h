@@ -80,6 +80,25 @@ class FaultyDispatch : public Dispatch {
     inner_->Setter(value);                  \
   }
 
+// What both sides have.
+#define KX_FORWARD_SIDE                                                     \
+  KX_FORWARD(std::string, SpokeTypeName)                                    \
+  KX_FORWARD(int32_t, FieldCount)                                           \
+  KX_FORWARD(std::string, fieldname)                                        \
+  KX_FORWARD_SET(int16_t, FieldPos, SetFieldPos)                            \
+  KX_FORWARD(int32_t, FilterCount)                                          \
+  KX_FORWARD(std::string, FilterExpression)                                 \
+  KX_FORWARD_SET(const std::string&, FilterExpression, SetFilterExpression) \
+  KX_FORWARD_SET(int16_t, FilterPos, SetFilterPos)                          \
+  KX_FORWARD(int32_t, RecordLayoutCount)                                    \
+  KX_FORWARD_EVENTS(RecordLayoutEvents)                                     \
+  KX_FORWARD(std::string, RecordLayoutName)                                 \
+  KX_FORWARD_SET(int16_t, RecordLayoutPos, SetRecordLayoutPos)              \
+  std::string RecordLayoutList(int16_t position) override {                 \
+    log_->Touch("RecordLayoutList");                                        \
+    return inner_->RecordLayoutList(position);                              \
+  }
+
 class FaultySource : public HostSource {
  public:
   FaultySource(std::shared_ptr<HostSource> inner, std::shared_ptr<CallLog> log)
@@ -93,27 +112,12 @@ class FaultySource : public HostSource {
     log_->Touch("DataChangeMonitor=");
     inner_->SetDataChangeMonitor(position, text);
   }
-  KX_FORWARD(std::string, SpokeTypeName)
-  KX_FORWARD(int32_t, FieldCount)
-  KX_FORWARD(std::string, fieldname)
-  KX_FORWARD_SET(int16_t, FieldPos, SetFieldPos)
-  KX_FORWARD(int32_t, FilterCount)
-  KX_FORWARD(std::string, FilterExpression)
-  KX_FORWARD_SET(const std::string&, FilterExpression, SetFilterExpression)
-  KX_FORWARD_SET(int16_t, FilterPos, SetFilterPos)
-  KX_FORWARD(int32_t, RecordLayoutCount)
-  KX_FORWARD_EVENTS(RecordLayoutEvents)
-  KX_FORWARD(std::string, RecordLayoutName)
+  KX_FORWARD_SIDE
   KX_FORWARD(int32_t, RecordLayoutIndex)
-  KX_FORWARD_SET(int16_t, RecordLayoutPos, SetRecordLayoutPos)
   KX_FORWARD(int32_t, SortFieldCount)
   KX_FORWARD(std::string, SortFieldExpression)
   KX_FORWARD_SET(const std::string&, SortFieldExpression, SetSortFieldExpression)
   KX_FORWARD_SET(int16_t, SortFieldPos, SetSortFieldPos)
-  std::string RecordLayoutList(int16_t position) override {
-    log_->Touch("RecordLayoutList");
-    return inner_->RecordLayoutList(position);
-  }
   KX_FORWARD(bool, SupportsMultipleRecordLayouts)
   KX_FORWARD(bool, DefinesMultipleRecordLayouts)
 
@@ -126,27 +130,12 @@ class FaultyTarget : public HostTarget {
  public:
   FaultyTarget(std::shared_ptr<HostTarget> inner, std::shared_ptr<CallLog> log)
       : inner_(std::move(inner)), log_(std::move(log)) {}
+  KX_FORWARD_SIDE
   KX_FORWARD(std::string, CodeModuleList)
-  KX_FORWARD(std::string, SpokeTypeName)
-  KX_FORWARD(int32_t, FieldCount)
   KX_FORWARD(std::string, FieldExpression)
   KX_FORWARD_SET(const std::string&, FieldExpression, SetFieldExpression)
-  KX_FORWARD(std::string, fieldname)
-  KX_FORWARD_SET(int16_t, FieldPos, SetFieldPos)
-  KX_FORWARD(int32_t, FilterCount)
-  KX_FORWARD(std::string, FilterExpression)
-  KX_FORWARD_SET(const std::string&, FilterExpression, SetFilterExpression)
-  KX_FORWARD_SET(int16_t, FilterPos, SetFilterPos)
-  KX_FORWARD(int32_t, RecordLayoutCount)
-  KX_FORWARD_EVENTS(RecordLayoutEvents)
-  KX_FORWARD(std::string, RecordLayoutName)
-  KX_FORWARD_SET(int16_t, RecordLayoutPos, SetRecordLayoutPos)
   KX_FORWARD_EVENTS(ConversionEvents)
   KX_FORWARD_EVENTS(TargetEvents)
-  std::string RecordLayoutList(int16_t position) override {
-    log_->Touch("RecordLayoutList");
-    return inner_->RecordLayoutList(position);
-  }
 
  private:
   std::shared_ptr<HostTarget> inner_;
@@ -156,6 +145,7 @@ class FaultyTarget : public HostTarget {
 #undef KX_FORWARD
 #undef KX_FORWARD_EVENTS
 #undef KX_FORWARD_SET
+#undef KX_FORWARD_SIDE
 
 // A document from JSON text, its sides wrapped so that every call is logged.
 struct LoggedHost {
