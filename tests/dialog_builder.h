@@ -32,10 +32,10 @@ class StoredBuilder : public KXExpressionBuilder {
   std::string ProductName() const override { return {}; }
   void ProductName(const std::string&) override {}
   void Show(int16_t) override {}
-  std::shared_ptr<HostSource> SourceControl() const override { return nullptr; }
-  void SourceControl(std::shared_ptr<HostSource>) override {}
-  std::shared_ptr<HostTarget> TargetControl() const override { return nullptr; }
-  void TargetControl(std::shared_ptr<HostTarget>) override {}
+  std::shared_ptr<HostSource> SourceControl() const override { return source; }
+  void SourceControl(std::shared_ptr<HostSource> value) override { source = std::move(value); }
+  std::shared_ptr<HostTarget> TargetControl() const override { return target; }
+  void TargetControl(std::shared_ptr<HostTarget> value) override { target = std::move(value); }
   std::string TemplateFile() const override { return {}; }
   void TemplateFile(const std::string&) override {}
   std::string TemplateName() const override { return {}; }
@@ -44,6 +44,8 @@ class StoredBuilder : public KXExpressionBuilder {
   std::shared_ptr<FontDesc> font = std::make_shared<FontDesc>(FontDesc{"Tahoma", 8});
   std::string type_lib_path;
   std::string title;
+  std::shared_ptr<HostSource> source;
+  std::shared_ptr<HostTarget> target;
 };
 
 }  // namespace kx

@@ -45,24 +45,13 @@ std::string HostJson(bool supports = false, bool defines = false) {
   return ReplaceAll(json, ": D,", defines ? ": true," : ": false,");
 }
 
-// The host library as the bundled registry names it, and the host's two sides.
-struct TestBuilder : StoredBuilder {
-  TestBuilder() { type_lib_path = "kx750ui_fn.dll"; }
-  std::shared_ptr<HostSource> SourceControl() const override { return source; }
-  void SourceControl(std::shared_ptr<HostSource> value) override { source = std::move(value); }
-  std::shared_ptr<HostTarget> TargetControl() const override { return target; }
-  void TargetControl(std::shared_ptr<HostTarget> value) override { target = std::move(value); }
-
-  std::shared_ptr<HostSource> source;
-  std::shared_ptr<HostTarget> target;
-};
-
 // One editor window over a crafted host with the tree built as the builder builds it: a user
 // list "Colours", the bundled registry, and a stand-in for the function argument dialog.
 struct Palette {
   explicit Palette(const std::string& json = HostJson(), bool build_tree = true,
                    fs::path current_dir = {})
       : host(json) {
+    builder.type_lib_path = "kx750ui_fn.dll";  // as the bundled registry names it
     builder.source = host.source;
     builder.target = host.target;
     lists.KXExpressionBuilder_AddList("", "Colours", "colours", "red|  two |blue");
@@ -117,7 +106,7 @@ struct Palette {
 
   ui::headless::Environment env;
   testing::LoggedHost host;
-  TestBuilder builder;
+  StoredBuilder builder;
   UserLists lists;
   std::shared_ptr<FileRegistry> registry = FileRegistry::Load(kData / "kxexpr.reg");
   // The dialog's stand-in answers from a strict queue, as headless dialogs do.
