@@ -24,6 +24,7 @@
 #include "editor/new_builder.h"
 #include "host/checker_object.h"
 #include "host/conversion_document.h"
+#include "qt/editor.h"
 #include "qt/services.h"
 
 namespace {
@@ -133,6 +134,7 @@ struct World {
   std::shared_ptr<kx::Registry> registry;
   double rss_before = 0;
   QSize window_size;
+  QSize editor_size;
 };
 
 World& TheWorld() {
@@ -174,7 +176,11 @@ struct Opened {
   lap(2);
   w.WaitForPaint(paints);
   lap(3);
-  if (w.window_size.isEmpty()) w.window_size = o->env->dialogs().ExprBld()->Main()->size();
+  if (w.window_size.isEmpty()) {
+    QMainWindow* main = o->env->dialogs().ExprBld()->Main();
+    w.window_size = main->size();
+    w.editor_size = main->findChild<kx::qt::EditorWidget*>()->size();
+  }
   return o;
 }
 
@@ -225,7 +231,37 @@ void BM_OpenBareQScintilla(benchmark::State& state) {
   Report(state, w);
 }
 
+// The builder's editor alone, made as the window makes it (keyword colouring from the
+// bundled file, line numbers, bookmark margin) at the size it has there, holding the same
+// text: the one control of an opening that the bare window is also made of.
+void BM_OpenEditorAlone(benchmark::State& state) {
+  World& w = TheWorld();
+  if (w.editor_size.isEmpty()) {  // an opening of the builder, untimed, says its size
+    double spent[4] = {};
+    Close(OpenBuilder(w, spent));
+  }
+  const std::vector<fs::path> dirs = {w.data};
+  for (auto _ : state) {
+    auto widget = std::make_unique<kx::qt::EditorWidget>();
+    auto editor = std::make_unique<kx::qt::QtEditor>("KXEditor1", widget.get(), &dirs);
+    editor->SetKeywordFile("kxsyntax.ini");
+    editor->ReloadKeywords();
+    widget->resize(w.editor_size);
+    editor->InsertText(w.expression);
+    const int paints = w.watch.paints;
+    widget->show();
+    w.WaitForPaint(paints);
+    state.PauseTiming();
+    editor.reset();
+    widget.reset();
+    QCoreApplication::processEvents();
+    state.ResumeTiming();
+  }
+  Report(state, w);
+}
+
 BENCHMARK(BM_OpenBuilder)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenEditorAlone)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_OpenBareQScintilla)->Unit(benchmark::kMillisecond);
 
 }  // namespace
