@@ -13,9 +13,13 @@
 #include <Qsci/qsciscintilla.h>
 #include <QApplication>
 #include <QEvent>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -24,6 +28,8 @@
 #include "editor/new_builder.h"
 #include "host/checker_object.h"
 #include "host/conversion_document.h"
+#include "qt/editor.h"
+#include "qt/item_views.h"
 #include "qt/services.h"
 
 namespace {
@@ -34,7 +40,6 @@ using Clock = std::chrono::steady_clock;
 constexpr int kLayouts = 1000;
 constexpr int kFields = 100;
 constexpr int kLines = 2000;
-constexpr int kDefaultWidth = 700, kDefaultHeight = 540;
 
 std::string GenerateConversion() {
   std::string out = R"({"version": 1, "source": {"type": "Generated", )"
@@ -119,7 +124,14 @@ struct World {
   // Lets the window come up and returns once its editor has been painted since the count
   // was `before` (showing may already paint).
   void WaitForPaint(int before) {
-    while (watch.paints == before) QCoreApplication::processEvents(QEventLoop::AllEvents);
+    const auto give_up = Clock::now() + std::chrono::seconds(10);
+    while (watch.paints == before) {
+      QCoreApplication::processEvents(QEventLoop::AllEvents);
+      if (Clock::now() > give_up) {
+        std::fprintf(stderr, "bench_open: the editor was not painted within 10 s\n");
+        std::abort();
+      }
+    }
   }
 
   static inline int argc = 1;
@@ -133,6 +145,14 @@ struct World {
   std::shared_ptr<kx::Registry> registry;
   double rss_before = 0;
   QSize window_size;
+  QSize editor_size;
+  // Where the builder's window has its controls (in its client area), and what its token
+  // list held, taken from its first opening.
+  struct Place {
+    QRect editor, tree, list;
+    std::vector<std::pair<QRect, QString>> labels, buttons;
+    int list_rows = 0;
+  } place;
 };
 
 World& TheWorld() {
@@ -174,7 +194,24 @@ struct Opened {
   lap(2);
   w.WaitForPaint(paints);
   lap(3);
-  if (w.window_size.isEmpty()) w.window_size = o->env->dialogs().ExprBld()->Main()->size();
+  if (w.window_size.isEmpty()) {
+    QMainWindow* main = o->env->dialogs().ExprBld()->Main();
+    w.window_size = main->size();
+    w.editor_size = main->findChild<kx::qt::EditorWidget*>()->size();
+    QWidget* client = main->centralWidget();
+    auto at = [&](QWidget* widget) {
+      return QRect(widget->mapTo(client, QPoint()), widget->size());
+    };
+    w.place.editor = at(main->findChild<kx::qt::EditorWidget*>());
+    w.place.tree = at(main->findChild<kx::qt::TreeWidget*>());
+    auto* list = main->findChild<kx::qt::TokenListWidget*>();
+    w.place.list = at(list);
+    w.place.list_rows = list->model()->rowCount();
+    for (auto* label : client->findChildren<QLabel*>())
+      if (label->isVisible()) w.place.labels.emplace_back(at(label), label->text());
+    for (auto* button : client->findChildren<QPushButton*>(Qt::FindDirectChildrenOnly))
+      if (button->isVisible()) w.place.buttons.emplace_back(at(button), button->text());
+  }
   return o;
 }
 
@@ -182,6 +219,13 @@ void Close(std::unique_ptr<Opened> opened) {
   opened.reset();
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   QCoreApplication::processEvents();
+}
+
+// The sizes and places the others copy come from an opening of the builder, untimed.
+void KnowPlaces(World& w) {
+  if (!w.window_size.isEmpty()) return;
+  double spent[4] = {};
+  Close(OpenBuilder(w, spent));
 }
 
 void Report(benchmark::State& state, const World& w) {
@@ -204,11 +248,10 @@ void BM_OpenBuilder(benchmark::State& state) {
   Report(state, w);
 }
 
-// The same text in a QScintilla of the builder window's size (when the builder ran in this
-// process; else of the size it opens at on 96 dpi), nothing else.
+// The same text in a QScintilla of the builder window's size, nothing else.
 void BM_OpenBareQScintilla(benchmark::State& state) {
   World& w = TheWorld();
-  if (w.window_size.isEmpty()) w.window_size = QSize(kDefaultWidth, kDefaultHeight);
+  KnowPlaces(w);
   const QString text = QString::fromLatin1(w.expression.data(), qsizetype(w.expression.size()));
   for (auto _ : state) {
     auto editor = std::make_unique<QsciScintilla>();
@@ -225,7 +268,88 @@ void BM_OpenBareQScintilla(benchmark::State& state) {
   Report(state, w);
 }
 
+// The builder's editor alone, made as the window makes it (keyword colouring from the
+// bundled file, line numbers, bookmark margin) at the size it has there, holding the same
+// text: the one control of an opening that the bare window is also made of.
+void BM_OpenEditorAlone(benchmark::State& state) {
+  World& w = TheWorld();
+  KnowPlaces(w);
+  const std::vector<fs::path> dirs = {w.data};
+  for (auto _ : state) {
+    auto widget = std::make_unique<kx::qt::EditorWidget>();
+    auto editor = std::make_unique<kx::qt::QtEditor>("KXEditor1", widget.get(), &dirs);
+    editor->SetKeywordFile("kxsyntax.ini");
+    editor->ReloadKeywords();
+    widget->resize(w.editor_size);
+    editor->InsertText(w.expression);
+    const int paints = w.watch.paints;
+    widget->show();
+    w.WaitForPaint(paints);
+    state.PauseTiming();
+    editor.reset();
+    widget.reset();
+    QCoreApplication::processEvents();
+    state.ResumeTiming();
+  }
+  Report(state, w);
+}
+
+// A floor for any window holding what the builder's must: its editor as above, its tree
+// of categories and layouts, its token list as full, its labels and its own five buttons,
+// where the builder has them; no menus, toolbar, operator pad nor presenter.
+void BM_OpenWindowFloor(benchmark::State& state) {
+  World& w = TheWorld();
+  KnowPlaces(w);
+  const std::vector<fs::path> dirs = {w.data};
+  std::vector<kx::ui::TreeNode> layouts;
+  for (int i = 0; i < kLayouts; ++i)
+    layouts.push_back({"rs" + std::to_string(i), "Layout" + std::to_string(i), "record", "SRC"});
+  for (auto _ : state) {
+    auto main = std::make_unique<QMainWindow>();
+    main->resize(w.window_size);
+    auto* client = new QWidget(main.get());
+    main->setCentralWidget(client);
+    auto* editor_widget = new kx::qt::EditorWidget(client);
+    editor_widget->setGeometry(w.place.editor);
+    auto editor = std::make_unique<kx::qt::QtEditor>("KXEditor1", editor_widget, &dirs);
+    editor->SetKeywordFile("kxsyntax.ini");
+    editor->ReloadKeywords();
+    auto* tree_widget = new kx::qt::TreeWidget(client);
+    tree_widget->setGeometry(w.place.tree);
+    auto tree = std::make_unique<kx::qt::QtTreeView>("TreeView1", tree_widget);
+    tree->AddNode({"FN", "Field Names", "", "", true});
+    tree->AddNode({"SRC", "Source", "", "FN", true});
+    tree->AddNodes(layouts);
+    tree->AddNode({"FNC", "Flow Control and Functions", "FNC", "", true});
+    tree->AddNode({"FC", "Flow Control", "FC", "FNC"});
+    tree->AddNode({"OTL", "Type Libraries", "OTL", "", true});
+    auto* list_widget = new kx::qt::TokenListWidget(client);
+    list_widget->setGeometry(w.place.list);
+    auto grid = std::make_unique<kx::qt::QtTokenGrid>("ssdgridtokens", list_widget);
+    grid->SetRedraw(false);
+    for (int i = 0; i < w.place.list_rows; ++i) grid->AddRow("Field" + std::to_string(i));
+    grid->SetRedraw(true);
+    for (const auto& [rect, text] : w.place.labels) (new QLabel(text, client))->setGeometry(rect);
+    for (const auto& [rect, text] : w.place.buttons)
+      (new QPushButton(text, client))->setGeometry(rect);
+    editor->InsertText(w.expression);
+    const int paints = w.watch.paints;
+    main->show();
+    w.WaitForPaint(paints);
+    state.PauseTiming();
+    grid.reset();
+    tree.reset();
+    editor.reset();
+    main.reset();
+    QCoreApplication::processEvents();
+    state.ResumeTiming();
+  }
+  Report(state, w);
+}
+
 BENCHMARK(BM_OpenBuilder)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenWindowFloor)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenEditorAlone)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_OpenBareQScintilla)->Unit(benchmark::kMillisecond);
 
 }  // namespace

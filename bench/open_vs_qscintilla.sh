@@ -2,8 +2,11 @@
 # Opens the builder's window (construct, BuildTree, Show modeless, first paint) on a
 # generated conversion of 1,000 record layouts x 100 fields with a 2,000-line expression,
 # and a bare QScintilla window holding the same text, in the same run on Qt's offscreen
-# platform; prints the time ratio (target: at most 1.5), elapsed and in CPU time. Then runs
-# each alone, one process each, for its peak resident memory.
+# platform; prints the time ratio (target: at most 1.5), elapsed and in CPU time. Two more
+# openings in the same run say where the time goes: the builder's editor alone, and a floor
+# window of the controls the builder must have (editor, tree, token list, labels, its own
+# buttons) without menus, toolbar, operator pad or presenter. Then runs the builder and the
+# bare window alone, one process each, for their peak resident memory.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cmake --preset bench >/dev/null
@@ -31,6 +34,10 @@ bare_cpu=$(median BM_OpenBareQScintilla cpu_time)
 printf 'CPU time, median of 9 (ms): builder %.1f, bare QScintilla %.1f\n' "$builder_cpu" "$bare_cpu"
 awk -v a="$builder" -v b="$bare" -v c="$builder_cpu" -v d="$bare_cpu" \
   'BEGIN { printf "ratio builder / bare: %.2f (target <= 1.5), in CPU time %.2f\n", a / b, c / d }'
+floor=$(median BM_OpenWindowFloor real_time)
+editor=$(median BM_OpenEditorAlone real_time)
+awk -v f="$floor" -v e="$editor" -v b="$bare" \
+  'BEGIN { printf "floor window %.1f ms (%.2f of bare), builder editor alone %.1f ms (%.2f of bare)\n", f, f / b, e, e / b }'
 
 for which in BM_OpenBuilder BM_OpenBareQScintilla; do
   "$bench" --benchmark_filter="^$which\$" --benchmark_min_time=1 --benchmark_format=json \

@@ -496,8 +496,10 @@ void QtWindow::Show(bool modal) {
                   frame.topLeft().y() < 0 ? 0 : frame.topLeft().y());
     centred_ = true;
   }
+  // A window coming up is put on top anyway; one already up may be under others.
+  const bool was_up = widget_->isVisible();
   widget_->show();
-  widget_->raise();
+  if (was_up) widget_->raise();
   widget_->activateWindow();
   shown_ = true;
   std::shared_ptr<bool> alive = alive_;

@@ -336,6 +336,26 @@ std::vector<int32_t> QtEditor::Bookmarks() const {
   return lines;
 }
 
+namespace {
+
+// Every opening of the window makes an editor that reads the same file: the words of the
+// last one read are kept for the next editor while its bytes stay the same.
+std::shared_ptr<const ui::KeywordSet> SharedKeywords(const std::filesystem::path& path,
+                                                     const std::string& bytes) {
+  struct Parsed {
+    std::filesystem::path path;
+    std::string bytes;
+    std::shared_ptr<const ui::KeywordSet> keywords;
+  };
+  thread_local Parsed last;
+  if (!last.keywords || last.path != path || last.bytes != bytes)
+    last = {path, bytes,
+            std::make_shared<const ui::KeywordSet>(ui::ParseKeywordFile(bytes, path.string()))};
+  return last.keywords;
+}
+
+}  // namespace
+
 void QtEditor::ReloadKeywords() {
   std::filesystem::path name(std::string(Trim(keyword_file_)));
   std::filesystem::path found;
@@ -362,12 +382,12 @@ void QtEditor::ReloadKeywords() {
   std::string bytes = ReadWholeFile(found);
   // The window reloads on every opening; restyling a long text for nothing holds it up.
   if (keywords_ && found == keyword_path_ && bytes == keyword_bytes_) return;
-  ui::KeywordSet keywords = ui::ParseKeywordFile(bytes, found.string());
+  std::shared_ptr<const ui::KeywordSet> keywords = SharedKeywords(found, bytes);
   lexer_->SetKeywords(nullptr);
   keywords_ = std::move(keywords);
   keyword_path_ = found;
   keyword_bytes_ = std::move(bytes);
-  lexer_->SetKeywords(&*keywords_);
+  lexer_->SetKeywords(keywords_.get());
 }
 
 void QtEditor::LoadFile(const std::string& path) {

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -128,7 +129,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
 
   EditorWidget* Widget() const { return static_cast<EditorWidget*>(widget_); }
   KeywordLexer& Lexer() { return *lexer_; }
-  const ui::KeywordSet* Keywords() const { return keywords_ ? &*keywords_ : nullptr; }
+  const ui::KeywordSet* Keywords() const { return keywords_.get(); }
   const std::filesystem::path& KeywordPath() const { return keyword_path_; }
   // The style of the byte at a 1-based position (its line is styled first if need be).
   int StyleAt(int32_t position) const;
@@ -148,7 +149,7 @@ class QtEditor : public QtControl<ui::EditorControl> {
   QPointer<KeywordLexer> lexer_;  // the widget's: it may go first
   std::string keyword_file_;
   std::filesystem::path keyword_path_;
-  std::optional<ui::KeywordSet> keywords_;
+  std::shared_ptr<const ui::KeywordSet> keywords_;
   std::string keyword_bytes_;  // the file as read, to tell a reload that changes nothing
   bool last_found_ = false;
   int margin_digits_ = 0;  // digits the line-number margin is wide enough for

@@ -301,6 +301,19 @@ TEST(QtEditor, KeywordFileColoursCategoriesStringsCommentsNumbersAndFields) {
   e.widget->grab();
   EXPECT_EQ(raw(0), constructs);
   EXPECT_EQ(raw(last_if), constructs);
+
+  // Editors share the words of a file they read alike, and a changed file is read anew:
+  // the first editor keeps its words until it reloads.
+  Editor other;
+  other.dirs = {folder};
+  other.control.SetKeywordFile("words.ini");
+  other.control.ReloadKeywords();
+  EXPECT_EQ(other.control.Keywords(), e.control.Keywords());
+  WriteWholeFile(folder / "words.ini", "[Constructs]\nWhile\n");
+  other.control.ReloadKeywords();
+  ASSERT_NE(other.control.Keywords(), e.control.Keywords());
+  EXPECT_NE(other.control.Keywords()->CategoryOf("while"), nullptr);
+  EXPECT_NE(e.control.Keywords()->CategoryOf("if"), nullptr);
 }
 
 }  // namespace
