@@ -485,18 +485,8 @@ void TokenListWidget::focusOutEvent(QFocusEvent* event) {
 }
 
 QtGrid::QtGrid(std::string name, GridWidget* grid) : QtControl(std::move(name), grid) {
-  QObject::connect(grid, &QTableWidget::currentCellChanged, Guard(), [this](int row, int column) {
-    if (writing_ > 0) return;
-    if (before_) before_();
-    current_row_ = row;
-    current_column_ = column < 0 ? 0 : column;
-    if (after_) after_();
-  });
-}
-
-void QtGrid::Follow(std::function<void()> before, std::function<void()> after) {
-  before_ = std::move(before);
-  after_ = std::move(after);
+  QObject::connect(grid, &QTableWidget::currentCellChanged, Guard(),
+                   [this](int row, int column) { UserMoved(row, column); });
 }
 
 void QtGrid::CheckRow(int32_t row) const {
@@ -641,18 +631,9 @@ QtTokenGrid::QtTokenGrid(std::string name, TokenListWidget* list)
   const QPalette& palette = list->palette();
   list->Rows()->SetHighlight(palette.brush(QPalette::Active, QPalette::Highlight),
                              palette.brush(QPalette::Active, QPalette::HighlightedText));
-  QObject::connect(list->selectionModel(), &QItemSelectionModel::currentChanged, Guard(),
-                   [this](const QModelIndex& current) {
-                     if (writing_ > 0) return;
-                     if (before_) before_();
-                     current_row_ = current.isValid() ? current.row() : -1;
-                     if (after_) after_();
-                   });
-}
-
-void QtTokenGrid::Follow(std::function<void()> before, std::function<void()> after) {
-  before_ = std::move(before);
-  after_ = std::move(after);
+  QObject::connect(
+      list->selectionModel(), &QItemSelectionModel::currentChanged, Guard(),
+      [this](const QModelIndex& current) { UserMoved(current.isValid() ? current.row() : -1, 0); });
 }
 
 void QtTokenGrid::CheckRow(int32_t row) const {

@@ -185,7 +185,37 @@ class TokenListWidget : public QListView {
 // The platform's key code of a Qt key (0 for keys it has none for).
 int KeyCode(const QKeyEvent& event);
 
-class QtGrid : public QtControl<ui::Grid> {
+// What both grids share: the presenter hears of the user's moves of the current cell, but
+// not of the moves it makes itself while writing.
+class GridMoves {
+ public:
+  // The user moved the current cell: `before` runs while the grid still reports the old
+  // cell, `after` once it reports the new one.
+  void Follow(std::function<void()> before, std::function<void()> after) {
+    before_ = std::move(before);
+    after_ = std::move(after);
+  }
+  // Whether the presenter is writing cells (edits by the user are reported otherwise).
+  bool Writing() const { return writing_ > 0; }
+
+ protected:
+  void UserMoved(int32_t row, int32_t column) {
+    if (writing_ > 0) return;
+    if (before_) before_();
+    current_row_ = row;
+    current_column_ = column < 0 ? 0 : column;
+    if (after_) after_();
+  }
+
+  int32_t current_row_ = -1;
+  int32_t current_column_ = 0;
+  int writing_ = 0;
+
+ private:
+  std::function<void()> before_, after_;
+};
+
+class QtGrid : public QtControl<ui::Grid>, public GridMoves {
  public:
   QtGrid(std::string name, GridWidget* grid);
   void SetRedraw(bool redraw) override;
@@ -207,12 +237,6 @@ class QtGrid : public QtControl<ui::Grid> {
   void SetColumnWidth(int32_t column, int32_t twips) override;
 
   GridWidget* Widget() const { return static_cast<GridWidget*>(widget_); }
-  // The user moved the table's current cell: `before` runs while the grid still reports
-  // the old cell, `after` once it reports the new one. Moves the presenter makes are not
-  // reported.
-  void Follow(std::function<void()> before, std::function<void()> after);
-  // Whether the presenter is writing cells (edits by the user are reported otherwise).
-  bool Writing() const { return writing_ > 0; }
 
  private:
   void CheckRow(int32_t row) const;
@@ -220,14 +244,10 @@ class QtGrid : public QtControl<ui::Grid> {
   void Paint(int32_t row);
   QTableWidgetItem* Cell(int32_t row, int32_t column);
 
-  std::function<void()> before_, after_;
   std::vector<std::string> styles_;
-  int32_t current_row_ = -1;
-  int32_t current_column_ = 0;
-  int writing_ = 0;
 };
 
-class QtTokenGrid : public QtControl<ui::Grid> {
+class QtTokenGrid : public QtControl<ui::Grid>, public GridMoves {
  public:
   QtTokenGrid(std::string name, TokenListWidget* list);
   void SetRedraw(bool redraw) override;
@@ -249,16 +269,10 @@ class QtTokenGrid : public QtControl<ui::Grid> {
   void SetColumnWidth(int32_t column, int32_t twips) override;
 
   TokenListWidget* Widget() const { return static_cast<TokenListWidget*>(widget_); }
-  // As QtGrid::Follow.
-  void Follow(std::function<void()> before, std::function<void()> after);
 
  private:
   void CheckRow(int32_t row) const;
   void CheckColumn(int32_t column) const;
-
-  std::function<void()> before_, after_;
-  int32_t current_row_ = -1;
-  int writing_ = 0;
 };
 
 }  // namespace kx::qt
