@@ -245,12 +245,19 @@ void BM_OpenBuilder(benchmark::State& state) {
   const char* names[] = {"construct_ms", "buildtree_ms", "show_ms", "paint_ms"};
   for (int i = 0; i < 4; ++i)
     state.counters[names[i]] = benchmark::Counter(spent[i], benchmark::Counter::kAvgIterations);
+  state.counters["window_width"] = w.window_size.width();
+  state.counters["window_height"] = w.window_size.height();
   Report(state, w);
 }
 
-// The same text in a QScintilla of the builder window's size, nothing else.
+// The same text in a QScintilla of the builder window's size, nothing else. That size may
+// come as KX_BENCH_WINDOW=WIDTHxHEIGHT, so that a process of its own measures the bare
+// window's memory without a builder opened in it.
 void BM_OpenBareQScintilla(benchmark::State& state) {
   World& w = TheWorld();
+  int width = 0, height = 0;
+  if (std::sscanf(qgetenv("KX_BENCH_WINDOW").constData(), "%dx%d", &width, &height) == 2)
+    w.window_size = QSize(width, height);
   KnowPlaces(w);
   const QString text = QString::fromLatin1(w.expression.data(), qsizetype(w.expression.size()));
   for (auto _ : state) {

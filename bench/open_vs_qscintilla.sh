@@ -39,9 +39,11 @@ editor=$(median BM_OpenEditorAlone real_time)
 awk -v f="$floor" -v e="$editor" -v b="$bare" \
   'BEGIN { printf "floor window %.1f ms (%.2f of bare), builder editor alone %.1f ms (%.2f of bare)\n", f, f / b, e, e / b }'
 
+# The bare window at the builder's size, without opening a builder in its process.
+size=$(median BM_OpenBuilder window_width)x$(median BM_OpenBuilder window_height)
 for which in BM_OpenBuilder BM_OpenBareQScintilla; do
-  "$bench" --benchmark_filter="^$which\$" --benchmark_min_time=1 --benchmark_format=json \
-    >"$work/one.json" 2>/dev/null
+  KX_BENCH_WINDOW=$size "$bench" --benchmark_filter="^$which\$" --benchmark_min_time=1 \
+    --benchmark_format=json >"$work/one.json" 2>/dev/null
   jq -r --arg name "$which" '.benchmarks[] | select(.name == $name) |
     "\($name) alone: peak RSS \(.maxrss_MB | floor) MB, \(.rss_before_MB | floor) MB before the first opening (document and Qt loaded)"' \
     "$work/one.json"
