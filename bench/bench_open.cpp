@@ -275,18 +275,25 @@ void BM_OpenBareQScintilla(benchmark::State& state) {
   Report(state, w);
 }
 
-// The builder's editor alone, made as the window makes it (keyword colouring from the
-// bundled file, line numbers, bookmark margin) at the size it has there, holding the same
-// text: the one control of an opening that the bare window is also made of.
+// The builder's editor as the window makes it: keyword colouring from the bundled file,
+// line numbers, bookmark margin.
+std::unique_ptr<kx::qt::QtEditor> MakeEditor(kx::qt::EditorWidget* widget,
+                                             const std::vector<fs::path>& dirs) {
+  auto editor = std::make_unique<kx::qt::QtEditor>("KXEditor1", widget, &dirs);
+  editor->SetKeywordFile("kxsyntax.ini");
+  editor->ReloadKeywords();
+  return editor;
+}
+
+// The builder's editor alone, at the size it has in the window, holding the same text: the
+// one control of an opening that the bare window is also made of.
 void BM_OpenEditorAlone(benchmark::State& state) {
   World& w = TheWorld();
   KnowPlaces(w);
   const std::vector<fs::path> dirs = {w.data};
   for (auto _ : state) {
     auto widget = std::make_unique<kx::qt::EditorWidget>();
-    auto editor = std::make_unique<kx::qt::QtEditor>("KXEditor1", widget.get(), &dirs);
-    editor->SetKeywordFile("kxsyntax.ini");
-    editor->ReloadKeywords();
+    auto editor = MakeEditor(widget.get(), dirs);
     widget->resize(w.editor_size);
     editor->InsertText(w.expression);
     const int paints = w.watch.paints;
@@ -318,9 +325,7 @@ void BM_OpenWindowFloor(benchmark::State& state) {
     main->setCentralWidget(client);
     auto* editor_widget = new kx::qt::EditorWidget(client);
     editor_widget->setGeometry(w.place.editor);
-    auto editor = std::make_unique<kx::qt::QtEditor>("KXEditor1", editor_widget, &dirs);
-    editor->SetKeywordFile("kxsyntax.ini");
-    editor->ReloadKeywords();
+    auto editor = MakeEditor(editor_widget, dirs);
     auto* tree_widget = new kx::qt::TreeWidget(client);
     tree_widget->setGeometry(w.place.tree);
     auto tree = std::make_unique<kx::qt::QtTreeView>("TreeView1", tree_widget);
