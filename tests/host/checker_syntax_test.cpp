@@ -17,6 +17,16 @@ std::string FirstMessage(const std::string& text) {
   return errors.empty() ? std::string() : errors.front().message;
 }
 
+// Every text passes the check; a failure names the text and the first error.
+template <size_t N>
+void ExpectAccepted(const char* const (&texts)[N]) {
+  for (const char* text : texts) {
+    auto errors = CheckExpressionSyntax(text);
+    EXPECT_TRUE(errors.empty()) << text << "\n-> " << errors.front().message << " at "
+                                << errors.front().line << ":" << errors.front().column;
+  }
+}
+
 TEST(CheckerSyntax, AcceptsEveryConstruct) {
   const char* texts[] = {
       // block If with ElseIf and Else, keywords in any case, comments, Rem
@@ -60,11 +70,7 @@ TEST(CheckerSyntax, AcceptsEveryConstruct) {
       "",
       "\r\n\r\n",
   };
-  for (const char* text : texts) {
-    auto errors = CheckExpressionSyntax(text);
-    EXPECT_TRUE(errors.empty()) << text << "\n-> " << errors.front().message << " at "
-                                << errors.front().line << ":" << errors.front().column;
-  }
+  ExpectAccepted(texts);
 }
 
 TEST(CheckerSyntax, ReportsWhatWasExpectedAndWhere) {
@@ -289,11 +295,7 @@ TEST(CheckerModule, AcceptsDefinitionsAndCallStatements) {
       "Records(\"r\").Fields(\"f\").Clear [Name], reason := \"x\"",
       "If a Then Log \"y\" Else Log \"z\": Done 1",
   };
-  for (const char* text : texts) {
-    auto errors = CheckExpressionSyntax(text);
-    EXPECT_TRUE(errors.empty()) << text << "\n-> " << errors.front().message << " at "
-                                << errors.front().line << ":" << errors.front().column;
-  }
+  ExpectAccepted(texts);
 }
 
 TEST(CheckerModule, ReportsMisplacedAndUnclosedDefinitions) {
