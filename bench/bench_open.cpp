@@ -166,8 +166,9 @@ struct Opened {
   std::unique_ptr<kx::ExpressionBuilder> builder;
 };
 
-// The four steps of opening, each adding its time to `spent`. Not inlined, so that a
-// profiler can count one opening: valgrind --tool=callgrind --toggle-collect='*::OpenBuilder*'
+// The four steps of opening, each adding its time to `spent`. This and the other Open*
+// functions are not inlined, so that a profiler can count one opening
+// (bench/open_instructions.sh does).
 [[gnu::noinline]] std::unique_ptr<Opened> OpenBuilder(World& w, double spent[4]) {
   auto stamp = Clock::now();
   auto lap = [&](int step) {
@@ -250,6 +251,16 @@ void BM_OpenBuilder(benchmark::State& state) {
   Report(state, w);
 }
 
+[[gnu::noinline]] std::unique_ptr<QsciScintilla> OpenBare(World& w, const QString& text) {
+  auto editor = std::make_unique<QsciScintilla>();
+  editor->resize(w.window_size);
+  editor->setText(text);
+  const int paints = w.watch.paints;
+  editor->show();
+  w.WaitForPaint(paints);
+  return editor;
+}
+
 // The same text in a QScintilla of the builder window's size, nothing else. That size may
 // come as KX_BENCH_WINDOW=WIDTHxHEIGHT, so that a process of its own measures the bare
 // window's memory without a builder opened in it.
@@ -261,12 +272,7 @@ void BM_OpenBareQScintilla(benchmark::State& state) {
   KnowPlaces(w);
   const QString text = QString::fromLatin1(w.expression.data(), qsizetype(w.expression.size()));
   for (auto _ : state) {
-    auto editor = std::make_unique<QsciScintilla>();
-    editor->resize(w.window_size);
-    editor->setText(text);
-    const int paints = w.watch.paints;
-    editor->show();
-    w.WaitForPaint(paints);
+    auto editor = OpenBare(w, text);
     state.PauseTiming();
     editor.reset();
     QCoreApplication::processEvents();
@@ -285,6 +291,23 @@ std::unique_ptr<kx::qt::QtEditor> MakeEditor(kx::qt::EditorWidget* widget,
   return editor;
 }
 
+struct EditorAlone {
+  std::unique_ptr<kx::qt::EditorWidget> widget;
+  std::unique_ptr<kx::qt::QtEditor> editor;
+};
+
+[[gnu::noinline]] EditorAlone OpenEditorAlone(World& w, const std::vector<fs::path>& dirs) {
+  EditorAlone o;
+  o.widget = std::make_unique<kx::qt::EditorWidget>();
+  o.editor = MakeEditor(o.widget.get(), dirs);
+  o.widget->resize(w.editor_size);
+  o.editor->InsertText(w.expression);
+  const int paints = w.watch.paints;
+  o.widget->show();
+  w.WaitForPaint(paints);
+  return o;
+}
+
 // The builder's editor alone, at the size it has in the window, holding the same text: the
 // one control of an opening that the bare window is also made of.
 void BM_OpenEditorAlone(benchmark::State& state) {
@@ -292,16 +315,10 @@ void BM_OpenEditorAlone(benchmark::State& state) {
   KnowPlaces(w);
   const std::vector<fs::path> dirs = {w.data};
   for (auto _ : state) {
-    auto widget = std::make_unique<kx::qt::EditorWidget>();
-    auto editor = MakeEditor(widget.get(), dirs);
-    widget->resize(w.editor_size);
-    editor->InsertText(w.expression);
-    const int paints = w.watch.paints;
-    widget->show();
-    w.WaitForPaint(paints);
+    auto opened = OpenEditorAlone(w, dirs);
     state.PauseTiming();
-    editor.reset();
-    widget.reset();
+    opened.editor.reset();
+    opened.widget.reset();
     QCoreApplication::processEvents();
     state.ResumeTiming();
   }
@@ -311,6 +328,48 @@ void BM_OpenEditorAlone(benchmark::State& state) {
 // A floor for any window holding what the builder's must: its editor as above, its tree
 // of categories and layouts, its token list as full, its labels and its own five buttons,
 // where the builder has them; no menus, toolbar, operator pad nor presenter.
+struct Floor {
+  std::unique_ptr<QMainWindow> main;
+  std::unique_ptr<kx::qt::QtEditor> editor;
+  std::unique_ptr<kx::qt::QtTreeView> tree;
+  std::unique_ptr<kx::qt::QtTokenGrid> grid;
+};
+
+[[gnu::noinline]] Floor OpenFloor(World& w, const std::vector<fs::path>& dirs,
+                                  const std::vector<kx::ui::TreeNode>& layouts) {
+  Floor o;
+  o.main = std::make_unique<QMainWindow>();
+  o.main->resize(w.window_size);
+  auto* client = new QWidget(o.main.get());
+  o.main->setCentralWidget(client);
+  auto* editor_widget = new kx::qt::EditorWidget(client);
+  editor_widget->setGeometry(w.place.editor);
+  o.editor = MakeEditor(editor_widget, dirs);
+  auto* tree_widget = new kx::qt::TreeWidget(client);
+  tree_widget->setGeometry(w.place.tree);
+  o.tree = std::make_unique<kx::qt::QtTreeView>("TreeView1", tree_widget);
+  o.tree->AddNode({"FN", "Field Names", "", "", true});
+  o.tree->AddNode({"SRC", "Source", "", "FN", true});
+  o.tree->AddNodes(layouts);
+  o.tree->AddNode({"FNC", "Flow Control and Functions", "FNC", "", true});
+  o.tree->AddNode({"FC", "Flow Control", "FC", "FNC"});
+  o.tree->AddNode({"OTL", "Type Libraries", "OTL", "", true});
+  auto* list_widget = new kx::qt::TokenListWidget(client);
+  list_widget->setGeometry(w.place.list);
+  o.grid = std::make_unique<kx::qt::QtTokenGrid>("ssdgridtokens", list_widget);
+  o.grid->SetRedraw(false);
+  for (int i = 0; i < w.place.list_rows; ++i) o.grid->AddRow("Field" + std::to_string(i));
+  o.grid->SetRedraw(true);
+  for (const auto& [rect, text] : w.place.labels) (new QLabel(text, client))->setGeometry(rect);
+  for (const auto& [rect, text] : w.place.buttons)
+    (new QPushButton(text, client))->setGeometry(rect);
+  o.editor->InsertText(w.expression);
+  const int paints = w.watch.paints;
+  o.main->show();
+  w.WaitForPaint(paints);
+  return o;
+}
+
 void BM_OpenWindowFloor(benchmark::State& state) {
   World& w = TheWorld();
   KnowPlaces(w);
@@ -319,40 +378,12 @@ void BM_OpenWindowFloor(benchmark::State& state) {
   for (int i = 0; i < kLayouts; ++i)
     layouts.push_back({"rs" + std::to_string(i), "Layout" + std::to_string(i), "record", "SRC"});
   for (auto _ : state) {
-    auto main = std::make_unique<QMainWindow>();
-    main->resize(w.window_size);
-    auto* client = new QWidget(main.get());
-    main->setCentralWidget(client);
-    auto* editor_widget = new kx::qt::EditorWidget(client);
-    editor_widget->setGeometry(w.place.editor);
-    auto editor = MakeEditor(editor_widget, dirs);
-    auto* tree_widget = new kx::qt::TreeWidget(client);
-    tree_widget->setGeometry(w.place.tree);
-    auto tree = std::make_unique<kx::qt::QtTreeView>("TreeView1", tree_widget);
-    tree->AddNode({"FN", "Field Names", "", "", true});
-    tree->AddNode({"SRC", "Source", "", "FN", true});
-    tree->AddNodes(layouts);
-    tree->AddNode({"FNC", "Flow Control and Functions", "FNC", "", true});
-    tree->AddNode({"FC", "Flow Control", "FC", "FNC"});
-    tree->AddNode({"OTL", "Type Libraries", "OTL", "", true});
-    auto* list_widget = new kx::qt::TokenListWidget(client);
-    list_widget->setGeometry(w.place.list);
-    auto grid = std::make_unique<kx::qt::QtTokenGrid>("ssdgridtokens", list_widget);
-    grid->SetRedraw(false);
-    for (int i = 0; i < w.place.list_rows; ++i) grid->AddRow("Field" + std::to_string(i));
-    grid->SetRedraw(true);
-    for (const auto& [rect, text] : w.place.labels) (new QLabel(text, client))->setGeometry(rect);
-    for (const auto& [rect, text] : w.place.buttons)
-      (new QPushButton(text, client))->setGeometry(rect);
-    editor->InsertText(w.expression);
-    const int paints = w.watch.paints;
-    main->show();
-    w.WaitForPaint(paints);
+    Floor opened = OpenFloor(w, dirs, layouts);
     state.PauseTiming();
-    grid.reset();
-    tree.reset();
-    editor.reset();
-    main.reset();
+    opened.grid.reset();
+    opened.tree.reset();
+    opened.editor.reset();
+    opened.main.reset();
     QCoreApplication::processEvents();
     state.ResumeTiming();
   }

@@ -9,7 +9,7 @@ profile=${1:-test}
 run_pkgs=(cmake ninja-build g++ make pkg-config nlohmann-json3-dev libcli11-dev
           qt6-base-dev qt6-wayland libqscintilla2-qt6-dev fonts-dejavu-core)
 test_pkgs=(googletest libgtest-dev libgmock-dev libbenchmark-dev clang clang-format
-           libclang-rt-14-dev jq xvfb xauth)
+           libclang-rt-14-dev jq xvfb xauth valgrind)
 full_pkgs=(wine wine64 wine64-tools g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64
            g++-mingw-w64-i686 binutils-mingw-w64-i686)
 
