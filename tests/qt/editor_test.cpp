@@ -191,23 +191,16 @@ TEST(QtEditor, KeywordFileColoursCategoriesStringsCommentsNumbersAndFields) {
   using L = qt::KeywordLexer;
   const int constructs = L::CategoryStyle(0), operators = L::CategoryStyle(1),
             functions = L::CategoryStyle(2);
-  EXPECT_EQ(style("if"), constructs);  // case does not matter
-  EXPECT_EQ(style("Then"), constructs);
-  EXPECT_EQ(style("[Amount]"), L::kField);
-  EXPECT_EQ(style("Amount]"), L::kField);
-  EXPECT_EQ(style("<>"), operators);
-  EXPECT_EQ(style("1.5E3"), L::kNumber);
-  EXPECT_EQ(style("E3"), L::kNumber);
-  EXPECT_EQ(style("Left$"), functions);
-  EXPECT_EQ(style("\"a "), L::kString);
-  EXPECT_EQ(style("b\"\"\""), L::kString);  // doubled quotes stay inside
-  EXPECT_EQ(style("&HFF"), L::kNumber);
-  EXPECT_EQ(style("' note"), L::kComment);
-  EXPECT_EQ(style("Records("), L::kField);
-  EXPECT_EQ(style("Name\")"), L::kField);
-  EXPECT_EQ(style("And"), operators);
-  EXPECT_EQ(style("x Rem"), L::kDefault);
-  EXPECT_EQ(style("Rem done"), L::kComment);
+  // Case does not matter; doubled quotes stay inside a string.
+  const std::pair<const char*, int> styles[] = {
+      {"if", constructs},      {"Then", constructs},      {"[Amount]", L::kField},
+      {"Amount]", L::kField},  {"<>", operators},         {"1.5E3", L::kNumber},
+      {"E3", L::kNumber},      {"Left$", functions},      {"\"a ", L::kString},
+      {"b\"\"\"", L::kString}, {"&HFF", L::kNumber},      {"' note", L::kComment},
+      {"Records(", L::kField}, {"Name\")", L::kField},    {"And", operators},
+      {"x Rem", L::kDefault},  {"Rem done", L::kComment},
+  };
+  for (const auto& [what, want] : styles) EXPECT_EQ(style(what), want) << what;
 
   // A malformed file raises and keeps the words in use; a missing one turns colouring off.
   WriteWholeFile(folder / "bad.ini", "If\n");
