@@ -7,10 +7,15 @@
 #include "host/checker_object.h"
 #include "host/checker_parser.h"
 #include "host/conversion_locate.h"
-#include "where.h"
 
 namespace kx::host {
 namespace {
+
+// A syntax error as the tables here spell it: "line:column start+length message".
+std::string Where(const SyntaxError& e) {
+  return std::to_string(e.line) + ":" + std::to_string(e.column) + " " + std::to_string(e.start) +
+         "+" + std::to_string(e.length) + " " + e.message;
+}
 
 std::string FirstMessage(const std::string& text) {
   auto errors = CheckExpressionSyntax(text);
