@@ -63,6 +63,15 @@ struct Walked {
   std::vector<int> types;
 };
 
+// A record as one line: type, description, text, then the ordinal, event, action and layout
+// positions, the layout's name and the expression's name.
+std::string Line(const ExpressionInfo& r) {
+  return std::to_string(r.ExpressionType) + "|" + r.Description + "|" + r.ExpressionText + "|" +
+         std::to_string(r.OrdinalPosition) + "," + std::to_string(r.EventOrdinalPosition) + "," +
+         std::to_string(r.ActionOrdinalPosition) + "," + std::to_string(r.RLOrdinalPosition) + "|" +
+         r.RLName + "|" + r.ExpressionName;
+}
+
 Walked Contents(ExpressionList& list) {
   Walked w;
   for (int32_t i = 1; i <= list.Count(); ++i) {
@@ -81,18 +90,9 @@ TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {
   Walked w = Contents(list);
   ASSERT_EQ(w.keys, (std::vector<std::string>{K({"se0", "a0", "p0"}), K({"se0", "a1", "p1"}),
                                               K({"se2", "a0", "p0"})}));
-  const ExpressionInfo& q = *w.records[1];
-  EXPECT_EQ(q.ExpressionType, 2);
-  EXPECT_EQ(q.Description, "Source Event1: E0, Action2: T2, Parameter2: B");
-  EXPECT_EQ(q.ExpressionText, "q1");
-  EXPECT_EQ(q.ReplacedExpression, "q1");
-  EXPECT_EQ(q.OrdinalPosition, 1);
-  EXPECT_EQ(q.EventOrdinalPosition, 0);
-  EXPECT_EQ(q.ActionOrdinalPosition, 1);
-  EXPECT_EQ(w.records[2]->EventOrdinalPosition, 2);
-  EXPECT_EQ(w.records[2]->Description, "Source Event3: E2, Action1: T1, Parameter1: X");
-  EXPECT_EQ(q.RLName, "");
-  EXPECT_EQ(q.ExpressionName, "");
+  EXPECT_EQ(Line(*w.records[1]), "2|Source Event1: E0, Action2: T2, Parameter2: B|q1|1,0,1,0||");
+  EXPECT_EQ(w.records[1]->ReplacedExpression, "q1");
+  EXPECT_EQ(Line(*w.records[2]), "2|Source Event3: E2, Action1: T1, Parameter1: X|r0|0,2,0,0||");
 
   // Only kind 2 with the flag; the text of a skipped slot is never read.
   ExpressionList only = host.List();
@@ -107,15 +107,14 @@ TEST(WalkersTest, EventWalkersKeysDescriptionsAndPositions) {
   conv.BuildConversionEventExpressionList(false);
   Walked c = Contents(conv);
   ASSERT_EQ(c.keys, (std::vector<std::string>{K({"ce0", "a0", "p0"}), K({"ce0", "a0", "p1"})}));
-  EXPECT_EQ(c.records[1]->Description, "Conversion Event1: CE, Action1: T2, Parameter2: B");
-  EXPECT_EQ(c.types, (std::vector<int>{0, 0}));
+  EXPECT_EQ(Line(*c.records[1]),
+            "0|Conversion Event1: CE, Action1: T2, Parameter2: B|c1|1,0,0,0||");
 
   ExpressionList target = host.List();
   target.BuildTargetEventExpressionList(true);
   Walked t = Contents(target);
   ASSERT_EQ(t.keys, (std::vector<std::string>{K({"se0", "a0", "p0"})}));
-  EXPECT_EQ(t.records[0]->Description, "Target Event1: TE0, Action1: T1, Parameter1: X");
-  EXPECT_EQ(t.records[0]->ExpressionType, 3);
+  EXPECT_EQ(Line(*t.records[0]), "3|Target Event1: TE0, Action1: T1, Parameter1: X|te|0,0,0,0||");
 }
 
 TEST(WalkersTest, RecordLayoutEventWalkersTakeLayoutZeroOnly) {
@@ -126,21 +125,17 @@ TEST(WalkersTest, RecordLayoutEventWalkersTakeLayoutZeroOnly) {
   Walked w = Contents(list);
   ASSERT_EQ(w.keys, (std::vector<std::string>{K({"srl0", "e0", "a0", "p0"}),
                                               K({"srl0", "e0", "a0", "p1"})}));
-  EXPECT_EQ(w.records[1]->Description,
-            "Source Record (L0), Event1: LE, Action1: T2, Parameter2: B");
-  EXPECT_EQ(w.records[1]->RLName, "L0");
-  EXPECT_EQ(w.records[1]->RLOrdinalPosition, 0);
-  EXPECT_EQ(w.records[1]->ExpressionType, 4);
+  EXPECT_EQ(Line(*w.records[1]),
+            "4|Source Record (L0), Event1: LE, Action1: T2, Parameter2: B|lb|1,0,0,0|L0|");
 
   ExpressionList target = host.List();
   target.BuildTargetRLEventExpressionList(false);
   Walked t = Contents(target);
   ASSERT_EQ(t.records.size(), 2u);
   // The parameter name is never put in: the text ends in "&7".
-  EXPECT_EQ(t.records[0]->Description,
-            "Target Record (TL0), Event1: TE, Action1: T2, Parameter1: &7");
   EXPECT_EQ(t.records[0]->ExpressionKey, K({"srl0", "e0", "a0", "p0"}));
-  EXPECT_EQ(t.records[0]->ExpressionType, 5);
+  EXPECT_EQ(Line(*t.records[0]),
+            "5|Target Record (TL0), Event1: TE, Action1: T2, Parameter1: &7|t0|0,0,0,0|TL0|");
 
   // A side with a type but no layouts: layout 0 is still selected and its events asked for.
   LoggedHost bare(R"({"target": {"type": "T"}})");
@@ -160,32 +155,24 @@ TEST(WalkersTest, MonitorsFiltersSortFieldsAndTargetFields) {
   Walked d = Contents(dcm);
   ASSERT_EQ(d.keys, (std::vector<std::string>{K({"s0", "rl0", "dcm0"}), K({"s0", "rl0", "dcm2"}),
                                               K({"s0", "rl2", "dcm4"})}));
-  EXPECT_EQ(d.records[2]->Description, "Record (2), Data Change Monitor (4)");
-  EXPECT_EQ(d.records[2]->RLName, "L2");
-  EXPECT_EQ(d.records[2]->RLOrdinalPosition, 2);
-  EXPECT_EQ(d.records[2]->OrdinalPosition, 4);
-  EXPECT_EQ(d.records[2]->ExpressionText, "m24");
+  EXPECT_EQ(Line(*d.records[2]), "1|Record (2), Data Change Monitor (4)|m24|4,0,0,2|L2|");
   EXPECT_EQ(host.log->Count("RecordLayoutPos="), 3);
 
   ExpressionList filters = host.List();
   filters.BuildSourceFilterExpressionList();
   Walked f = Contents(filters);
   ASSERT_EQ(f.keys, (std::vector<std::string>{"sfilt0", "sfilt2"}));
-  EXPECT_EQ(f.records[1]->Description, "Source Filter(2)");
-  EXPECT_EQ(f.records[1]->OrdinalPosition, 2);
-  EXPECT_EQ(f.types, (std::vector<int>{6, 6}));
+  EXPECT_EQ(Line(*f.records[1]), "6|Source Filter(2)|f2|2,0,0,0||");
 
   ExpressionList target_filters = host.List();
   target_filters.BuildTargetFilterExpressionList();
   ASSERT_EQ(target_filters.Count(), 1);
-  EXPECT_EQ(target_filters.Item("sfilt0")->Description, "Target Filter(0)");
-  EXPECT_EQ(target_filters.Item("sfilt0")->ExpressionType, 7);
+  EXPECT_EQ(Line(*target_filters.Item("sfilt0")), "7|Target Filter(0)|tf0|0,0,0,0||");
 
   ExpressionList sorts = host.List();
   sorts.BuildSortFieldExpressionList();
   EXPECT_EQ(Contents(sorts).keys, (std::vector<std::string>{"ssort0", "ssort1"}));
-  EXPECT_EQ(sorts.Item("ssort1")->Description, "Sort Field (1)");
-  EXPECT_EQ(sorts.Item("ssort1")->ExpressionType, 9);
+  EXPECT_EQ(Line(*sorts.Item("ssort1")), "9|Sort Field (1)|s1|1,0,0,0||");
   // A second run fails on its first record and keeps the first run's.
   EXPECT_EQ(ErrorOf([&] { sorts.BuildSortFieldExpressionList(); }), kErrDuplicateKey);
   EXPECT_EQ(sorts.Count(), 2);
@@ -195,11 +182,7 @@ TEST(WalkersTest, MonitorsFiltersSortFieldsAndTargetFields) {
   fields.BuildTargetFieldExpressionList();
   Walked t = Contents(fields);
   ASSERT_EQ(t.keys, (std::vector<std::string>{K({"trl0", "f0"}), K({"trl0", "f2"})}));
-  EXPECT_EQ(t.records[1]->Description, "Target Record (TL0) Field (F2)");
-  EXPECT_EQ(t.records[1]->ExpressionName, "F2");
-  EXPECT_EQ(t.records[1]->RLName, "TL0");
-  EXPECT_EQ(t.records[1]->OrdinalPosition, 2);
-  EXPECT_EQ(t.records[1]->ExpressionType, 8);
+  EXPECT_EQ(Line(*t.records[1]), "8|Target Record (TL0) Field (F2)|x2|2,0,0,0|TL0|F2");
 }
 
 TEST(WalkersTest, SidesWithoutLayoutOrObjectAreNotTouchedFurther) {
@@ -231,11 +214,9 @@ TEST(WalkersTest, CodeModulesAreReadWholeAndKeyedByName) {
   Walked w = Contents(list);
   const std::string m1 = (dir / "m1.txt").string(), m2 = (dir / "m2.txt").string();
   ASSERT_EQ(w.keys, (std::vector<std::string>{m1, m2}));
-  EXPECT_EQ(w.records[0]->ExpressionText, bytes);
-  EXPECT_EQ(w.records[0]->ExpressionName, m1);
-  EXPECT_EQ(w.records[0]->Description, "Expression Code Module (" + m1 + ")");
-  EXPECT_EQ(w.records[1]->OrdinalPosition, 1);
-  EXPECT_EQ(w.types, (std::vector<int>{10, 10}));
+  EXPECT_EQ(Line(*w.records[0]),
+            "10|Expression Code Module (" + m1 + ")|" + bytes + "|0,0,0,0||" + m1);
+  EXPECT_EQ(Line(*w.records[1]), "10|Expression Code Module (" + m2 + ")|second|1,0,0,0||" + m2);
 
   // The list's own rules: a trailing line feed adds nothing, a carriage return stays in
   // the name, a missing file ends the walk with what was read so far.

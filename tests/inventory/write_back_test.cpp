@@ -52,6 +52,15 @@ std::vector<std::string> RewriteAll(LoggedHost& host) {
   return texts;
 }
 
+// One record of `type` with `replaced` to write back, added to `list`.
+std::shared_ptr<ExpressionInfo> AddRecord(ExpressionList& list, int type, std::string replaced) {
+  auto r = std::make_shared<ExpressionInfo>();
+  r->ExpressionType = type;
+  r->ReplacedExpression = std::move(replaced);
+  list.Add(r);
+  return r;
+}
+
 TEST(WriteBackTest, EveryKindGoesBackToWhereItCameFrom) {
   // Source RL and target RL events share keys, so walk a source-only and a target-only copy.
   LoggedHost host(kConversion);
@@ -69,14 +78,9 @@ TEST(WriteBackTest, EveryKindGoesBackToWhereItCameFrom) {
 TEST(WriteBackTest, PositionsComeFromTheRecordNotTheHostsCursors) {
   LoggedHost host(kConversion);
   ExpressionList list = host.List();
-  auto r = std::make_shared<ExpressionInfo>();
-  r->ExpressionType = 4;  // source layout event
+  auto r = AddRecord(list, 4, "new");  // source layout event
   r->RLOrdinalPosition = 1;
-  r->EventOrdinalPosition = 0;
-  r->ActionOrdinalPosition = 0;
   r->OrdinalPosition = 1;
-  r->ReplacedExpression = "new";
-  list.Add(r);
   list.ReplaceExpressionInVBX(1);
   EXPECT_EQ(host.doc->Model().source->layouts[1].events[0].actions[0].parameters[1], "new");
 
@@ -101,11 +105,8 @@ TEST(WriteBackTest, PositionsComeFromTheRecordNotTheHostsCursors) {
 TEST(WriteBackTest, PositionsBeyondTheHostsEventsAreSilentlySkipped) {
   LoggedHost host(kConversion);
   ExpressionList list = host.List();
-  auto r = std::make_shared<ExpressionInfo>();
-  r->ExpressionType = 2;
+  auto r = AddRecord(list, 2, "zzz");
   r->EventOrdinalPosition = 2;  // the source has two events
-  r->ReplacedExpression = "zzz";
-  list.Add(r);
   list.ReplaceExpressionInVBX(1);
   r->EventOrdinalPosition = 1;
   r->ActionOrdinalPosition = 1;  // event 1 has one action
@@ -132,11 +133,7 @@ TEST(WriteBackTest, HostFailureStopsTheWriteAndEarlierWritesStay) {
   LoggedHost host(kConversion);
   host.log->fail_on["FieldExpression="] = 1;
   ExpressionList list = host.List();
-  auto r = std::make_shared<ExpressionInfo>();
-  r->ExpressionType = 8;
-  r->OrdinalPosition = 1;
-  r->ReplacedExpression = "new";
-  list.Add(r);
+  AddRecord(list, 8, "new")->OrdinalPosition = 1;
   EXPECT_EQ(ErrorOf([&] { list.ReplaceExpressionInVBX(1); }), testing::kHostFailure);
   EXPECT_EQ(host.log->Count("FieldPos="), 1);
   EXPECT_EQ(host.doc->Model().target->layouts[0].fields[1].expression, "y");
@@ -147,11 +144,8 @@ TEST(WriteBackTest, CodeModulesAreOverwrittenWithoutTruncation) {
   auto path = std::filesystem::temp_directory_path() / "kx_write_back_module.txt";
   WriteWholeFile(path, "0123456789");
   ExpressionList list;
-  auto r = std::make_shared<ExpressionInfo>();
-  r->ExpressionType = 10;
+  auto r = AddRecord(list, 10, "abc");
   r->ExpressionName = path.string();
-  r->ReplacedExpression = "abc";
-  list.Add(r);
   list.ReplaceExpressionInVBX(1);
   EXPECT_EQ(ReadWholeFile(path), "abc3456789");
   r->ReplacedExpression = std::string("longer than before\0\xff", 20);

@@ -184,21 +184,17 @@ TEST(QtTreeView, AddNodesKeepsOrderNestingAndStopsAtTheFailingNode) {
   EXPECT_EQ(TreeText(tree), "R=Root;A=a;A1=a1;A2=a2;B=b;B1=b1;S=Second;S1=s1;");
   EXPECT_TRUE(widget.isExpanded(tree.Item("B")));
 
-  EXPECT_EQ(ErrorOf([&] {
-              tree.AddNodes({{"C", "c", "", "B", false}, {"C", "again", "", "", false}});
-            }),
-            kErrKeyNotUnique);
-  EXPECT_EQ(ErrorOf([&] {
-              tree.AddNodes({{"D", "d", "", "C", false},
-                             {"D2", "d", "", "C", false},
-                             {"D", "dup", "", "C", false},
-                             {"E", "e", "", "C", false}});
-            }),
-            kErrKeyNotUnique);
-  EXPECT_EQ(ErrorOf([&] {
-              tree.AddNodes({{"F", "f", "", "Nowhere", false}});
-            }),
-            kErrElementNotFound);
+  const std::pair<std::vector<ui::TreeNode>, int32_t> failing[] = {
+      {{{"C", "c", "", "B", false}, {"C", "again", "", "", false}}, kErrKeyNotUnique},
+      {{{"D", "d", "", "C", false},
+        {"D2", "d", "", "C", false},
+        {"D", "dup", "", "C", false},
+        {"E", "e", "", "C", false}},
+       kErrKeyNotUnique},
+      {{{"F", "f", "", "Nowhere", false}}, kErrElementNotFound},
+  };
+  for (const auto& [batch, error] : failing)
+    EXPECT_EQ(ErrorOf([&] { tree.AddNodes(batch); }), error) << batch[0].key;
   EXPECT_EQ(tree.ChildCount("B"), 2);
   EXPECT_EQ(tree.ChildCount("C"), 2);
   EXPECT_FALSE(tree.Node("E"));

@@ -143,17 +143,13 @@ TEST(ExprTemplate, CopyContentsMakesFreshParametersWithPromptingOff) {
   ExprTemplate copy;
   copy.ParameterValuebyName("old", "x");
   copy.CopyContents(source);
-  EXPECT_EQ(copy.Name(), "N");
-  EXPECT_EQ(copy.Description(), "D");
-  EXPECT_EQ(copy.Body(), "<<p>>");
+  EXPECT_EQ(copy.Name() + "|" + copy.Description() + "|" + copy.Body(), "N|D|<<p>>");
   EXPECT_EQ(ParameterNames(copy), (Names{"p"}));
   ExprParameterRef q = copy.ParameterbyIndex(1);
   EXPECT_NE(q, p);
-  EXPECT_EQ(q->DefaultValue(), "^?");
-  EXPECT_EQ(q->Description(), "pd");
-  EXPECT_EQ(q->Value(), "v");
-  EXPECT_FALSE(q->PromptEveryRow());
-  EXPECT_EQ(q->PromptValue(), "");
+  EXPECT_EQ(q->DefaultValue() + "|" + q->Description() + "|" + q->Value() + "|" +
+                std::to_string(q->PromptEveryRow()) + "|" + q->PromptValue(),
+            "^?|pd|v|0|");
 
   // Copying a template into itself first releases what it would copy.
   copy.CopyContents(copy);
