@@ -5,28 +5,9 @@
 #include "runtime/files.h"
 #include "runtime/text.h"
 #include "ui/headless/driver.h"
+#include "ui/line_marks.h"
 
 namespace kx::ui::headless {
-
-namespace {
-
-// Offsets at which lines start; a line ends with CR LF, LF or a lone CR.
-std::vector<size_t> LineStarts(std::string_view text) {
-  std::vector<size_t> starts = {0};
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
-    if (text[i] == '\r' || text[i] == '\n') starts.push_back(i + 1);
-  }
-  return starts;
-}
-
-// 1-based line holding a 0-based offset.
-int32_t LineAt(const std::vector<size_t>& starts, size_t offset) {
-  return static_cast<int32_t>(std::upper_bound(starts.begin(), starts.end(), offset) -
-                              starts.begin());
-}
-
-}  // namespace
 
 HeadlessEditor::HeadlessEditor(std::string name, std::string* focus, EditorContext context)
     : ControlOf(std::move(name), focus), context_(context) {}
@@ -262,7 +243,8 @@ void HeadlessEditor::Commit(Step step) {
 }
 
 void HeadlessEditor::Apply(size_t at, size_t remove, const std::string& insert) {
-  if (!bookmarks_.empty()) MoveBookmarks(at, text_.substr(at, remove), insert);
+  if (!bookmarks_.empty())
+    bookmarks_ = MoveLineMarks(bookmarks_, text_, {at, remove, insert.size()}, insert);
   text_.replace(at, remove, insert);
   ClearErrorMark();
 }
@@ -271,40 +253,6 @@ void HeadlessEditor::MarkError(int32_t start, int32_t length) {
   const int32_t end = static_cast<int32_t>(text_.size()) + 1;
   start = std::clamp(start, 1, end);
   error_mark_ = {start, std::clamp(length, 0, end - start)};
-}
-
-// A bookmark belongs to its line's text: it moves down when lines are inserted above it or
-// at its start, up when lines above go, disappears with its line (text and line break),
-// and joins the line its start was merged into.
-void HeadlessEditor::MoveBookmarks(size_t at, const std::string& removed,
-                                   const std::string& inserted) {
-  std::vector<size_t> starts = LineStarts(text_);
-  const size_t last = starts.size();
-  const size_t a = at, b = at + removed.size();
-  std::set<int32_t> moved;
-  for (int32_t line : bookmarks_) {
-    size_t s = starts[static_cast<size_t>(line) - 1];
-    size_t e = static_cast<size_t>(line) < last ? starts[static_cast<size_t>(line)] : text_.size();
-    bool gone = static_cast<size_t>(line) < last ? s >= a && e <= b : s > a && e <= b;
-    if (removed.empty() || s <= a) {
-      if (!gone) moved.insert(line);
-    } else if (s > b) {
-      moved.insert(line - (LineAt(starts, b) - LineAt(starts, a)));
-    } else if (!gone) {
-      moved.insert(LineAt(starts, a));
-    }
-  }
-  if (!inserted.empty()) {
-    std::string after = text_;
-    after.replace(a, removed.size(), "");
-    std::vector<size_t> starts_after = LineStarts(after);
-    int32_t added = static_cast<int32_t>(LineStarts(inserted).size()) - 1;
-    std::set<int32_t> shifted;
-    for (int32_t line : moved)
-      shifted.insert(starts_after[static_cast<size_t>(line) - 1] >= a ? line + added : line);
-    moved = std::move(shifted);
-  }
-  bookmarks_ = std::move(moved);
 }
 
 }  // namespace kx::ui::headless

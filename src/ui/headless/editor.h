@@ -108,7 +108,6 @@ class HeadlessEditor : public ControlOf<EditorControl> {
   void Apply(size_t at, size_t remove, const std::string& insert);
   void Commit(Step step);
   void Edit(size_t at, size_t remove, const std::string& insert, Step& step);
-  void MoveBookmarks(size_t at, const std::string& removed, const std::string& inserted);
   size_t SelMin() const { return std::min(anchor_, caret_); }
   size_t SelMax() const { return std::max(anchor_, caret_); }
   std::optional<size_t> Search(const std::string& what, size_t from) const;
