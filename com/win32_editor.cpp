@@ -4,10 +4,12 @@
 #include <richedit.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "runtime/error.h"
 #include "runtime/files.h"
 #include "runtime/text.h"
+#include "ui/line_marks.h"
 
 namespace kx::com::win32 {
 
@@ -31,10 +33,13 @@ Win32Editor::Win32Editor(std::string name, HWND parent,
                              parent, WS_EX_CLIENTEDGE)),
       keyword_dirs_(std::move(keyword_dirs)),
       events_(std::move(events)) {
+  // The text mode can only be set with no history, which setting the font may have made.
+  SendMessageW(window_, EM_EMPTYUNDOBUFFER, 0, 0);
   SendMessageW(window_, EM_SETTEXTMODE, TM_PLAINTEXT | TM_MULTILEVELUNDO | TM_MULTICODEPAGE, 0);
   SendMessageW(window_, EM_SETEVENTMASK, 0, ENM_CHANGE);
   SendMessageW(window_, EM_EXLIMITTEXT, 0, 0x7FFFFFFE);
   SetWindowSubclass(window_, EditorSubclass, 1, reinterpret_cast<DWORD_PTR>(this));
+  Attach(window_, this);
 }
 
 Win32Editor::~Win32Editor() {
@@ -46,6 +51,25 @@ LRESULT Win32Editor::Procedure(UINT message, WPARAM wparam, LPARAM lparam) {
   if ((message == WM_LBUTTONDOWN || message == WM_RBUTTONDOWN) && events_.mouse_down)
     Fire(events_.mouse_down);
   return DefSubclassProc(window_, message, wparam, lparam);
+}
+
+bool Win32Editor::Notify(UINT message, WPARAM wparam, LPARAM, LRESULT& result) {
+  if (message != WM_COMMAND || HIWORD(wparam) != EN_CHANGE) return false;
+  Follow();
+  result = 0;
+  return true;
+}
+
+void Win32Editor::Follow() const {
+  std::string text = Text();
+  if (text == seen_) return;
+  if (!bookmarks_.empty()) {
+    const ui::TextChange change =
+        ui::ChangeBetween(seen_, text, FromRich(text, RichSelection().end));
+    bookmarks_ = ui::MoveLineMarks(bookmarks_, seen_, change,
+                                   std::string_view(text).substr(change.at, change.inserted));
+  }
+  seen_ = std::move(text);
 }
 
 std::string Win32Editor::Text() const {
@@ -102,6 +126,7 @@ void Win32Editor::InsertText(const std::string& text) {
   SendMessageW(window_, EM_STOPGROUPTYPING, 0, 0);
   SendMessageA(window_, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.c_str()));
   SendMessageW(window_, EM_STOPGROUPTYPING, 0, 0);
+  Follow();
 }
 
 void Win32Editor::Clear() {
@@ -139,13 +164,40 @@ void Win32Editor::Select(int32_t start, int32_t length) {
   SendMessageW(window_, EM_SCROLLCARET, 0, 0);
 }
 
-// Plain text only: a rich format on the clipboard would bring its fonts along.
+// A copy of nothing leaves the clipboard as it was (some rich edits would empty it).
+void Win32Editor::Copy() {
+  const Range selection = RichSelection();
+  if (selection.end > selection.start) SendMessageW(window_, WM_COPY, 0, 0);
+}
+
+void Win32Editor::Cut() {
+  SendMessageW(window_, WM_CUT, 0, 0);
+  Follow();
+}
+
+// The clipboard's text goes in as an insertion: a rich format would bring its fonts along,
+// and some rich edits paste over all of a plain-text control's text.
 void Win32Editor::Paste() {
-  SendMessageW(window_, EM_PASTESPECIAL, CF_TEXT, 0);
+  if (!IsClipboardFormatAvailable(CF_TEXT) || !OpenClipboard(window_)) return;
+  std::string text;
+  if (HANDLE data = GetClipboardData(CF_TEXT)) {
+    if (const auto* bytes = static_cast<const char*>(GlobalLock(data))) {
+      text.assign(bytes, strnlen(bytes, GlobalSize(data)));
+      GlobalUnlock(data);
+    }
+  }
+  CloseClipboard();
+  if (!text.empty()) InsertText(text);
+}
+
+void Win32Editor::Undo() {
+  SendMessageW(window_, EM_UNDO, 0, 0);
+  Follow();
 }
 
 void Win32Editor::Redo() {
   SendMessageW(window_, EM_REDO, 0, 0);
+  Follow();
 }
 
 bool Win32Editor::CanRedo() const {
@@ -165,6 +217,7 @@ void Win32Editor::GoToLine(int32_t line) {
 }
 
 void Win32Editor::ToggleBookmark() {
+  Follow();
   const int32_t line = LineOfRich(RichSelection().end);
   if (!bookmarks_.erase(line)) bookmarks_.insert(line);
 }
@@ -174,6 +227,7 @@ void Win32Editor::DeleteAllBookmarks() {
 }
 
 void Win32Editor::NextBookmark() {
+  Follow();
   if (bookmarks_.empty()) return;
   auto it = bookmarks_.upper_bound(LineOfRich(RichSelection().end));
   if (it == bookmarks_.end()) it = bookmarks_.begin();
@@ -181,6 +235,7 @@ void Win32Editor::NextBookmark() {
 }
 
 void Win32Editor::PrevBookmark() {
+  Follow();
   if (bookmarks_.empty()) return;
   auto it = bookmarks_.lower_bound(LineOfRich(RichSelection().end));
   it = it == bookmarks_.begin() ? std::prev(bookmarks_.end()) : std::prev(it);
@@ -188,6 +243,7 @@ void Win32Editor::PrevBookmark() {
 }
 
 std::vector<int32_t> Win32Editor::Bookmarks() const {
+  Follow();
   return {bookmarks_.begin(), bookmarks_.end()};
 }
 
@@ -211,9 +267,11 @@ void Win32Editor::ReloadKeywords() {
 
 void Win32Editor::LoadFile(const std::string& path) {
   std::string text = ReadWholeFile(path);
-  SetWindowTextA(window_, text.c_str());
-  SendMessageW(window_, EM_EMPTYUNDOBUFFER, 0, 0);
   bookmarks_.clear();
+  SetWindowTextA(window_, text.c_str());
+  SendMessageW(window_, EM_SETSEL, 0, 0);
+  SendMessageW(window_, EM_EMPTYUNDOBUFFER, 0, 0);
+  seen_ = Text();
 }
 
 void Win32Editor::SaveFile(const std::string& path) {
@@ -291,22 +349,26 @@ void Win32Editor::RunSearchDialog(bool replace) {
     if (what.empty()) return;
     const bool match_case = (r.Flags & FR_MATCHCASE) != 0;
     if (r.Flags & FR_REPLACEALL) {
+      Follow();
       std::string text = Text();
       std::string hay = match_case ? text : LowerCase(text);
       std::string needle = match_case ? what : LowerCase(what);
-      std::string out;
-      size_t from = 0;
+      const std::string with = r.lpstrReplaceWith;
+      std::vector<size_t> matches;
       for (size_t at = hay.find(needle); at != std::string::npos;
-           at = hay.find(needle, at + needle.size())) {
-        out.append(text, from, at - from);
-        out += r.lpstrReplaceWith;
-        from = at + needle.size();
+           at = hay.find(needle, at + needle.size()))
+        matches.push_back(at);
+      if (matches.empty()) return;
+      // Match by match, last first so that the offsets before stay, for bookmarks between
+      // matches keep their lines; the text then goes in whole, as one undo step.
+      for (auto at = matches.rbegin(); at != matches.rend(); ++at) {
+        if (!bookmarks_.empty())
+          bookmarks_ = ui::MoveLineMarks(bookmarks_, text, {*at, what.size(), with.size()}, with);
+        text.replace(*at, what.size(), with);
       }
-      if (from == 0) return;
-      out.append(text, from, std::string::npos);
-      // One undo step for the whole replacement.
+      seen_ = text;
       SendMessageW(window_, EM_SETSEL, 0, -1);
-      InsertText(out);
+      InsertText(text);
       return;
     }
     const int32_t start = SelectionStart();

@@ -1,7 +1,8 @@
 #pragma once
 // The code editor over a rich edit control: plain text, many undo levels, bookmarks kept by
-// line, find and replace through the system's common dialogs. The keyword file is read (a
-// bad one is an error, as elsewhere) but not shown: colours in a rich edit are undo steps.
+// line and moved with the text, find and replace through the system's common dialogs. The keyword
+// file is read (a bad one is an error, as elsewhere) but not shown: colours in a rich edit are undo
+// steps.
 
 #include <filesystem>
 #include <functional>
@@ -15,7 +16,7 @@
 
 namespace kx::com::win32 {
 
-class Win32Editor : public Win32Control<ui::EditorControl> {
+class Win32Editor : public Win32Control<ui::EditorControl>, public Notified {
  public:
   struct Events {
     std::function<void()> key_down;
@@ -33,10 +34,10 @@ class Win32Editor : public Win32Control<ui::EditorControl> {
   int32_t SelectionStart() const override;
   int32_t SelectionLength() const override;
   void Select(int32_t start, int32_t length) override;
-  void Copy() override { SendMessageW(window_, WM_COPY, 0, 0); }
-  void Cut() override { SendMessageW(window_, WM_CUT, 0, 0); }
+  void Copy() override;
+  void Cut() override;
   void Paste() override;
-  void Undo() override { SendMessageW(window_, EM_UNDO, 0, 0); }
+  void Undo() override;
   void Redo() override;
   bool CanUndo() const override { return SendMessageW(window_, EM_CANUNDO, 0, 0) != 0; }
   bool CanRedo() const override;
@@ -60,6 +61,8 @@ class Win32Editor : public Win32Control<ui::EditorControl> {
 
   // Subclass procedure: the presenter hears of a key or click before the control acts.
   LRESULT Procedure(UINT message, WPARAM wparam, LPARAM lparam);
+  // Every change of the text, typed or not, moves the bookmarks along.
+  bool Notify(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
 
  private:
   struct Range {
@@ -73,12 +76,16 @@ class Win32Editor : public Win32Control<ui::EditorControl> {
   int32_t LineOfRich(long index) const;
   void GoToLine(int32_t line);
   void RunSearchDialog(bool replace);
+  // Moves the bookmarks with what changed since the text was last seen. Called on each
+  // change the control reports, and before bookmarks are used, should a report not come.
+  void Follow() const;
 
   std::vector<std::filesystem::path> keyword_dirs_;
   Events events_;
   std::string keyword_file_;
   std::optional<ui::KeywordSet> keywords_;
-  std::set<int32_t> bookmarks_;
+  mutable std::set<int32_t> bookmarks_;
+  mutable std::string seen_;
   // The text the error mark belongs to: an edit since then drops the mark.
   std::optional<std::string> marked_text_;
   std::pair<int32_t, int32_t> mark_{0, 0};
