@@ -3,7 +3,10 @@
 // positions clipped to the text, edits as undo steps, cut and paste, bookmarks that follow
 // their lines and wrap, files loaded without history. `e` starts empty; `dir` is scratch.
 
+// Clients built without gtest define its checks first (tests/com/client/checks.h).
+#ifndef EXPECT_EQ
 #include <gtest/gtest.h>
+#endif
 
 #include <filesystem>
 #include <string>
