@@ -126,7 +126,6 @@ void Win32Editor::InsertText(const std::string& text) {
   SendMessageW(window_, EM_STOPGROUPTYPING, 0, 0);
   SendMessageA(window_, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(text.c_str()));
   SendMessageW(window_, EM_STOPGROUPTYPING, 0, 0);
-  Follow();
 }
 
 void Win32Editor::Clear() {
@@ -170,11 +169,6 @@ void Win32Editor::Copy() {
   if (selection.end > selection.start) SendMessageW(window_, WM_COPY, 0, 0);
 }
 
-void Win32Editor::Cut() {
-  SendMessageW(window_, WM_CUT, 0, 0);
-  Follow();
-}
-
 // The clipboard's text goes in as an insertion: a rich format would bring its fonts along,
 // and some rich edits paste over all of a plain-text control's text.
 void Win32Editor::Paste() {
@@ -190,14 +184,8 @@ void Win32Editor::Paste() {
   if (!text.empty()) InsertText(text);
 }
 
-void Win32Editor::Undo() {
-  SendMessageW(window_, EM_UNDO, 0, 0);
-  Follow();
-}
-
 void Win32Editor::Redo() {
   SendMessageW(window_, EM_REDO, 0, 0);
-  Follow();
 }
 
 bool Win32Editor::CanRedo() const {

@@ -35,9 +35,9 @@ class Win32Editor : public Win32Control<ui::EditorControl>, public Notified {
   int32_t SelectionLength() const override;
   void Select(int32_t start, int32_t length) override;
   void Copy() override;
-  void Cut() override;
+  void Cut() override { SendMessageW(window_, WM_CUT, 0, 0); }
   void Paste() override;
-  void Undo() override;
+  void Undo() override { SendMessageW(window_, EM_UNDO, 0, 0); }
   void Redo() override;
   bool CanUndo() const override { return SendMessageW(window_, EM_CANUNDO, 0, 0) != 0; }
   bool CanRedo() const override;
