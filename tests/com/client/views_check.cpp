@@ -207,6 +207,18 @@ void CheckTemplateViews(Win32DialogFactory& factory) {
 void CheckEditor(ui::EditorControl& ed, const std::filesystem::path& folder) {
   testing::ExpectEditorContract(ed, folder);
 
+  // Each change is followed as the control reports it: a marked line deleted and typed
+  // again is a new line, though the text ends as it was.
+  ed.Clear();
+  ed.InsertText("a\r\nb\r\nc");
+  ed.SetCaretPosition(4);
+  ed.ToggleBookmark();
+  ed.Select(4, 3);
+  ed.InsertText("");
+  ed.InsertText("b\r\n");
+  Check(ed.Text() == "a\r\nb\r\nc" && ed.Bookmarks().empty(),
+        "a bookmark goes with its line, even when the same text comes back");
+
   // Replace All in the Replace dialog: one undo step, and a bookmark between two matches
   // keeps its line.
   ed.Clear();
